@@ -1,0 +1,41 @@
+# Two entry points that do all the set-up on a fresh machine:
+#   make run   builds in Release and runs the tool on a copy of the example
+#   make test  builds and runs every test
+BUILD      ?= build
+BUILD_TYPE ?= Release
+GENERATOR  := Ninja
+# CI treats warnings as errors.
+WERROR     := $(if $(CI),ON,OFF)
+CMAKE_ARGS := -G $(GENERATOR) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DLATOPT_WERROR=$(WERROR)
+JOBS       ?= 2
+
+.PHONY: run test bench deps configure build clean format
+
+run: build
+	@mkdir -p $(BUILD)/run
+	@cp examples/example.opt examples/example.sol $(BUILD)/run/
+	$(BUILD)/bin/latopt $(BUILD)/run/example.sol
+
+test: build
+	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+bench: deps
+	cmake -S . -B $(BUILD)-bench $(CMAKE_ARGS) -DLATOPT_BENCH=ON -DLATOPT_TESTS=OFF
+	cmake --build $(BUILD)-bench -j $(JOBS)
+	@for b in $(BUILD)-bench/bin/bench_*; do [ -x "$$b" ] && "$$b" || true; done
+
+build: configure
+	cmake --build $(BUILD) -j $(JOBS)
+
+configure: deps
+	@[ -f $(BUILD)/build.ninja ] || cmake -S . -B $(BUILD) $(CMAKE_ARGS)
+
+# Checks the tools the build needs; as root, installs what is missing.
+deps:
+	@./.ci/deps
+
+format:
+	git ls-files '*.h' '*.cpp' | xargs clang-format -i
+
+clean:
+	rm -rf $(BUILD) $(BUILD)-bench $(BUILD)-asan
