@@ -223,4 +223,12 @@ private:
     }
 };
 
+// Array with the copy from an array of another element type (templated _assign, through the
+// precision layer): the flags throwOnLoss and allowPostCommaLoss govern that crossing.
+template <class T>
+class ConversionArray : public Array<T> {
+public:
+    using Array<T>::Array;
+};
+
 } // namespace latopt
