@@ -9,18 +9,22 @@
 
 #include "base/log.h"
 
+#include <type_traits>
 #include <utility>
 
 namespace latopt {
 
 template <class T>
 class Constant;
+class Precision;
 
 template <class T>
 class Array {
 public:
-    long MN = 0;              // dimension: the number of elements, valid indices 1..MN
-    T* data = nullptr;        // capacity + 1 elements; data[0] holds no element of the array
+    long MN = 0; // dimension: the number of elements, valid indices 1..MN
+    // capacity + 1 elements; data[0] holds no element of the array. Allocated on first use, so
+    // that an array that is never touched costs no allocation (mutable for operator[](0)).
+    mutable T* data = nullptr;
     long capacity = 0;        // allocated places beyond the spare slot
     bool throwOnLoss = false; // how values enter when assigned from the other number type
     bool allowPostCommaLoss = false;
@@ -31,8 +35,7 @@ public:
     Array(Array&& other) noexcept { steal(other); }
     Array& operator=(const Array& other)
     {
-        if (this != &other)
-            copyFrom(other);
+        if (this != &other) copyFrom(other);
         return *this;
     }
     Array& operator=(Array&& other) noexcept
@@ -51,8 +54,7 @@ public:
     // reserve (more growth follows), else n + 1; shrinking keeps the elements above n.
     virtual void setDimension(long dimension, bool reserve = false)
     {
-        if (dimension < 0)
-            fatal("array: dimension < 0");
+        if (dimension < 0) fatal("array: dimension < 0");
         if (dimension <= MN || dimension <= capacity) {
             ensureSpareSlot();
             MN = dimension;
@@ -65,8 +67,8 @@ public:
 
     T& operator[](long index) const
     {
-        if (index < 0 || index > MN)
-            fatal("Array: index out of range");
+        if (index < 0 || index > MN) fatal("Array: index out of range");
+        ensureSpareSlot();
         return data[index];
     }
     long dimension() const { return MN; }
@@ -74,8 +76,7 @@ public:
     // Sets the dimension (0 keeps it) and zeroes elements 1..dimension.
     void makeZero(long dimension = 0)
     {
-        if (dimension != 0)
-            setDimension(dimension, false);
+        if (dimension != 0) setDimension(dimension, false);
         for (long i = 1; i <= MN; ++i)
             data[i] = Constant<T>::ZERO();
     }
@@ -92,16 +93,14 @@ public:
     bool isZero() const
     {
         for (long i = 1; i <= MN; ++i)
-            if (!(data[i] == Constant<T>::ZERO()))
-                return false;
+            if (!(data[i] == Constant<T>::ZERO())) return false;
         return true;
     }
 
     // Stores value at index (0..MN + 1) and moves the elements from index upward one place up.
     void insertComponent(long index, const T& value)
     {
-        if (index < 0 || index > MN + 1)
-            fatal("insertComponent: invalid index");
+        if (index < 0 || index > MN + 1) fatal("insertComponent: invalid index");
         setDimension(MN + 1, true);
         for (long i = MN; i > index; --i)
             data[i] = std::move(data[i - 1]);
@@ -110,20 +109,16 @@ public:
     // Moves the elements above index (0..MN) one place down and shrinks by one.
     void removeComponent(long index)
     {
-        if (index < 0 || index > MN)
-            fatal("Array: index out of range");
+        if (index < 0 || index > MN) fatal("Array: index out of range");
         for (long i = index; i < MN; ++i)
             data[i] = std::move(data[i + 1]);
-        if (MN > 0)
-            setDimension(MN - 1, false);
+        if (MN > 0) setDimension(MN - 1, false);
     }
     // Drops the first count elements by moving the rest down; count <= 0 does nothing.
     void lshift(long count)
     {
-        if (count <= 0)
-            return;
-        if (count > MN)
-            count = MN;
+        if (count <= 0) return;
+        if (count > MN) count = MN;
         for (long i = 1; i + count <= MN; ++i)
             data[i] = std::move(data[i + count]);
         setDimension(MN - count, false);
@@ -137,10 +132,8 @@ public:
     // Exchanges two elements through one function-local scratch element per element type.
     void swapComponents(const long& a, const long& b)
     {
-        if (a == b)
-            return;
-        if (a < 0 || a > MN || b < 0 || b > MN)
-            fatal("Array: swap index out of range");
+        if (a == b) return;
+        if (a < 0 || a > MN || b < 0 || b > MN) fatal("Array: swap index out of range");
         static T scratch;
         scratch = std::move(data[a]);
         data[a] = std::move(data[b]);
@@ -155,8 +148,7 @@ public:
     void heapSort(Owner* owner = nullptr, void (Owner::*swapCallback)(long, long) = nullptr,
                   long adjustment = 0)
     {
-        if (MN < 2)
-            return;
+        if (MN < 2) return;
         auto swapTracked = [&](long i, long j) {
             if (owner != nullptr && swapCallback != nullptr)
                 (owner->*swapCallback)(i + adjustment, j + adjustment);
@@ -177,8 +169,9 @@ protected:
             reallocate(other.MN + 1, false);
         else
             ensureSpareSlot();
-        for (long i = 0; i <= other.MN; ++i)
-            data[i] = other.data[i];
+        if (other.data != nullptr)
+            for (long i = 0; i <= other.MN; ++i)
+                data[i] = other.data[i];
         MN = other.MN;
         throwOnLoss = other.throwOnLoss;
         allowPostCommaLoss = other.allowPostCommaLoss;
@@ -194,10 +187,9 @@ private:
         allowPostCommaLoss = other.allowPostCommaLoss;
     }
     // Element 0 exists as soon as an array is used, also at dimension 0.
-    void ensureSpareSlot()
+    void ensureSpareSlot() const
     {
-        if (data == nullptr)
-            reallocate(0);
+        if (data == nullptr) data = new T[1]; // capacity 0: the spare slot alone
     }
     void reallocate(long newCapacity, bool keep = true)
     {
@@ -213,10 +205,8 @@ private:
     void siftDown(long parent, long last, Swap& swapTracked)
     {
         for (long child = 2 * parent; child <= last; child = 2 * parent) {
-            if (child < last && data[child] < data[child + 1])
-                ++child;
-            if (!(data[parent] < data[child]))
-                return;
+            if (child < last && data[child] < data[child + 1]) ++child;
+            if (!(data[parent] < data[child])) return;
             swapTracked(parent, child);
             parent = child;
         }
@@ -229,6 +219,26 @@ template <class T>
 class ConversionArray : public Array<T> {
 public:
     using Array<T>::Array;
+
+    // Fills this array from one of another element type: elements 1..MN each through
+    // Precision::conv (arith/precision.h, which the calling unit includes) with this array's
+    // throwOnLoss as the probe flag and allowPostCommaLoss as the fourth argument. The same
+    // element type is a plain copy of the elements. May throw PrecisionException.
+    template <class S, class Conversion = Precision>
+    ConversionArray& _assign(const Array<S>& other)
+    {
+        if constexpr (std::is_same_v<S, T>) {
+            if (static_cast<const void*>(&other) == static_cast<const void*>(this)) return *this;
+            this->setDimension(other.MN, false);
+            for (long i = 1; i <= other.MN; ++i)
+                this->data[i] = other.data[i];
+        } else {
+            this->setDimension(other.MN, false);
+            for (long i = 1; i <= other.MN; ++i)
+                Conversion::conv(other.data[i], this->data[i], this->throwOnLoss, this->allowPostCommaLoss);
+        }
+        return *this;
+    }
 };
 
 } // namespace latopt

@@ -18,15 +18,14 @@ std::string BEGINL()
     prefix.clear();
     if (LINE_OPEN[THREAD_DEPTH]) {
         LINE_OPEN[THREAD_DEPTH] = false;
-        prefix = "\n";
+        prefix += '\n'; // not an assignment of "\n": gcc 12 warns falsely on that at -O3
     }
     // 2. One bar for the root and one indented bar per open level.
     prefix += "|";
     for (unsigned long level = 0; level < THREAD_DEPTH; ++level)
         prefix += "    |";
     prefix += "->";
-    if (++THREAD_DEPTH >= MAX_THREAD_DEPTH)
-        fatal("Maximum thread depth reached");
+    if (++THREAD_DEPTH >= MAX_THREAD_DEPTH) fatal("Maximum thread depth reached");
     LINE_OPEN[THREAD_DEPTH] = true;
     return prefix;
 }
@@ -44,8 +43,7 @@ std::string ENDL(bool afterLF)
         SKIP_NEXT_NL[THREAD_DEPTH] = false;
         --THREAD_DEPTH;
     }
-    if (afterLF && lineEnded)
-        return "";
+    if (afterLF && lineEnded) return "";
     return result;
 }
 
@@ -69,14 +67,20 @@ void failure()
 
 void fatal(const std::string& message)
 {
-    std::cerr << "" << "\n" << "" << "*** FAIL: " << message << LF() << "";
+    std::cerr << ""
+              << "\n"
+              << ""
+              << "*** FAIL: " << message << LF() << "";
     std::cerr.flush();
     failure();
 }
 
 void warning(const std::string& message)
 {
-    std::cerr << "" << "\n" << "" << "*** " << message << LF() << "";
+    std::cerr << ""
+              << "\n"
+              << ""
+              << "*** " << message << LF() << "";
 }
 
 std::ostream& DBL_OSTREAM_PREC(std::ostream& stream)
