@@ -189,11 +189,11 @@ private:
     // Element 0 exists as soon as an array is used, also at dimension 0.
     void ensureSpareSlot() const
     {
-        if (data == nullptr) data = new T[1]; // capacity 0: the spare slot alone
+        if (data == nullptr) data = new T[1](); // capacity 0: the spare slot alone
     }
     void reallocate(long newCapacity, bool keep = true)
     {
-        T* fresh = new T[newCapacity + 1];
+        T* fresh = new T[newCapacity + 1](); // value-initialized: numbers start at 0
         if (keep && data != nullptr)
             for (long i = 0; i <= MN; ++i)
                 fresh[i] = std::move(data[i]);
