@@ -12,6 +12,8 @@
 
 namespace latopt {
 
+class QQ;
+
 class Precision {
 public:
     // |x| <= 10^-9, whatever the flag says: long doubles are always compared with tolerance.
@@ -20,10 +22,14 @@ public:
         (void)useEpsilon;
         return fabsl(x) <= Constant<long double>::EPSILON();
     }
+    // With the flag Math::equalsEpsilonZero(x), |x| <= 1/10^9; without it exactly x == 0. Callers
+    // that follow the mode of the run pass QQ::enableTruncate (qq.cpp).
+    static bool equalsZero(QQ const& x, bool useEpsilon = true);
     static bool overflows(long double const& x)
     {
         const long double magnitude = fabsl(x);
-        if (magnitude <= Const::DOUBLE_OVERFLOW() || std::isinf(magnitude))
+        // Written as "not above" so that a NaN, which compares false, doesn't overflow either.
+        if (!(magnitude > Const::DOUBLE_OVERFLOW()) || std::isinf(magnitude))
             return false;
         if (magnitude > Const::DOUBLE_FATAL_OVERFLOW())
             throw FatalPrecisionException(
