@@ -9,6 +9,9 @@
 
 namespace latopt {
 
+class ZZ;
+class QQ;
+
 class Math {
 public:
     template <class T>
@@ -42,6 +45,14 @@ public:
         return a;
     }
     static long double kgv(const long double& a, const long double& b) { return (a * b) / ggt(a, b); }
+    // Euclid on |a| and |b| through ZZ::div; non-negative, ggt(0, 0) = 0 (zz.cpp).
+    static ZZ ggt(const ZZ& a, const ZZ& b);
+    // (a * b) / ggt(a, b), product first: carries the sign of the product (zz.cpp).
+    static ZZ kgv(const ZZ& a, const ZZ& b);
+    // Euclid on |a| and |b| with floor(a / b) as the quotient, until b compares equal to 0 (qq.cpp).
+    static QQ ggt(const QQ& a, const QQ& b);
+    // (a * b) / ggt(a, b) (qq.cpp).
+    static QQ kgv(const QQ& a, const QQ& b);
 };
 
 } // namespace latopt
