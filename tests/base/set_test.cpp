@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -149,8 +150,8 @@ TEST(SetInsertBeforeDeathTest, ForeignBeforeElementIsFatal)
     Set<Candidate> set;
     set.insert(candidate(1, 1));
     Element<Candidate> stranger(candidate(2, 2));
-    EXPECT_EXIT(set.insertBefore(*new Element<Candidate>(candidate(3, 3)), stranger),
-                testing::ExitedWithCode(1),
+    auto fresh = std::make_unique<Element<Candidate>>(candidate(3, 3));
+    EXPECT_EXIT(set.insertBefore(*fresh, stranger), testing::ExitedWithCode(1),
                 "\n\\*\\*\\* FAIL: Set: before_element is not in the given set!\n");
 }
 

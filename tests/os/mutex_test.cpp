@@ -1,0 +1,117 @@
+#include "os/mutex.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
+#include <semaphore.h>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace latopt {
+namespace {
+
+// The lock is free: it can be taken without waiting (and is given back at once).
+bool isFree(const Lock& lock)
+{
+    if (sem_trywait(lock.semaphore) != 0) return false;
+    sem_post(lock.semaphore);
+    return true;
+}
+
+TEST(MutexTypeAccess, ValuesGoInAndOutAndEveryAccessorReleasesTheLock)
+{
+    MutexType<long> number;
+    EXPECT_EQ(number.get(), 0);
+    number = 42L;
+    EXPECT_EQ(number.get(), 42);
+    EXPECT_EQ(number.toString(), "42");
+    std::istringstream input(" -17 rest");
+    input >> number;
+    EXPECT_EQ(number.get(), -17);
+    number.emptify();
+    EXPECT_EQ(number.get(), 0);
+    EXPECT_TRUE(isFree(number.lock));
+
+    MutexType<std::string> text(std::string("inf"));
+    std::ostringstream output;
+    output << text;
+    EXPECT_EQ(output.str(), "inf");
+    text = std::string("b=c");
+    EXPECT_EQ(text.get(), "b=c");
+    EXPECT_EQ(text.separators, ",");
+    EXPECT_TRUE(isFree(text.lock));
+
+    EXPECT_EQ(Constant<MutexType<long>>::EMPTY().get(), 0);
+}
+
+TEST(MutexTypeAccess, CopiesHaveTheirOwnLock)
+{
+    MutexType<std::string> original(std::string("x"));
+    MutexType<std::string> copy(original);
+    EXPECT_NE(copy.lock.name, original.lock.name);
+    copy = std::string("y");
+    EXPECT_EQ(original.get(), "x");
+    original = copy;
+    EXPECT_EQ(original.get(), "y");
+    const MutexType<std::string>& same = original;
+    original = same;
+    EXPECT_EQ(original.get(), "y");
+    EXPECT_TRUE(isFree(original.lock));
+    EXPECT_TRUE(isFree(copy.lock));
+}
+
+TEST(MutexTypeAccess, WriterWaitsWhileTheLockIsHeld)
+{
+    MutexType<long> number(1L);
+    Process::semaphoreWait(number.lock.semaphore);
+    std::thread writer([&number] { number = 2L; });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(number.value, 1); // read without the lock, which this thread holds
+    Process::semaphorePost(number.lock.semaphore);
+    writer.join();
+    EXPECT_EQ(number.get(), 2);
+}
+
+template <class K>
+std::vector<K> keys(const MutexVars<K>& vars)
+{
+    std::vector<K> result;
+    for (long i = 1; i <= vars.dimension(); ++i)
+        result.push_back(vars[i].left);
+    return result;
+}
+
+TEST(MutexVarsAccess, SetCreatesEachKeyOnceAndKeepsTheOrder)
+{
+    MutexVars<long> vars;
+    vars.set(4, "four");
+    vars.set(2, "two");
+    vars.set(4, "FOUR");
+    EXPECT_EQ(keys(vars), std::vector<long>({4, 2}));
+    EXPECT_EQ(vars.get(4), "FOUR");
+    EXPECT_EQ(vars.get(2), "two");
+    // An entry made again after the map was emptied starts empty.
+    vars.resetAllMembers();
+    EXPECT_EQ(vars.get(2), "");
+    EXPECT_EQ(vars.dimension(), 1);
+}
+
+TEST(MutexVarsAccess, MainVariablesExistFromTheStartInTheirOrder)
+{
+    MainMutexVars vars;
+    EXPECT_EQ(keys(vars),
+              std::vector<MainMutexVariable>({MMV_HOST_0, MMV_HOST_1, MMV_HOST_3, MMV_RESET_5,
+                                              MMV_SOLUTION_COUNT, MMV_SOLUTIONS, MMV_HOST_4, MMV_RUN_STATE}));
+    for (long i = 1; i <= vars.dimension(); ++i)
+        EXPECT_EQ(vars[i].right.get(), "");
+    vars.set(MMV_RUN_STATE, "stopped");
+    MainMutexVars copy(vars);
+    EXPECT_EQ(copy.get(MMV_RUN_STATE), "stopped");
+    EXPECT_EQ(copy.dimension(), 8);
+}
+
+} // namespace
+} // namespace latopt

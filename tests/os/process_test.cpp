@@ -1,0 +1,141 @@
+#include "os/mutex.h"
+#include "os/process.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <dirent.h>
+#include <fcntl.h>
+#include <iostream>
+#include <memory>
+#include <semaphore.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace latopt {
+namespace {
+
+struct SemaphoreName {
+    long pid;
+    long seconds;
+    long ctr;
+};
+
+SemaphoreName parse(const std::string& name)
+{
+    SemaphoreName parsed{};
+    EXPECT_EQ(std::sscanf(name.c_str(), "%ld_%ld_%ld", &parsed.pid, &parsed.seconds, &parsed.ctr), 3) << name;
+    return parsed;
+}
+
+TEST(SemaphoreNames, TwoInTheSameSecondDifferByTheCounter)
+{
+    // A second boundary may fall between the two; then try again.
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        Lock one;
+        Lock two;
+        const SemaphoreName a = parse(one.name);
+        const SemaphoreName b = parse(two.name);
+        EXPECT_EQ(one.owner, one.name);
+        EXPECT_EQ(a.pid, static_cast<long>(getpid()));
+        if (a.seconds != b.seconds) continue;
+        EXPECT_EQ(b.pid, a.pid);
+        EXPECT_EQ(b.ctr, a.ctr + 1);
+        return;
+    }
+    FAIL() << "no two locks in the same second";
+}
+
+TEST(SemaphoreNames, NameIsGoneRightAfterCreation)
+{
+    Lock lock;
+    errno = 0;
+    EXPECT_EQ(sem_open(lock.name.c_str(), 0), SEM_FAILED);
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST(SemaphoreLock, StartsFreeAndAdmitsOneHolder)
+{
+    Lock lock;
+    Process::semaphoreWait(lock.semaphore);
+    errno = 0;
+    EXPECT_NE(sem_trywait(lock.semaphore), 0);
+    EXPECT_EQ(errno, EAGAIN);
+    Process::semaphorePost(lock.semaphore);
+    ASSERT_EQ(sem_trywait(lock.semaphore), 0);
+    Process::semaphorePost(lock.semaphore);
+}
+
+// The semaphore files in /dev/shm whose names begin with the given process id.
+std::vector<std::string> semaphoreFilesOf(long pid)
+{
+    const std::string prefix = "sem." + std::to_string(pid) + "_";
+    std::vector<std::string> found;
+    DIR* directory = opendir("/dev/shm");
+    if (directory == nullptr) return found;
+    while (const dirent* entry = readdir(directory))
+        if (std::string(entry->d_name).rfind(prefix, 0) == 0) found.push_back(entry->d_name);
+    closedir(directory);
+    return found;
+}
+
+// A run that stops on a fatal error with locks alive: exit(1) closes no lock, and still no
+// semaphore of the child may remain in /dev/shm.
+TEST(SemaphoreLeakDeathTest, FatalExitWithLiveLocksLeavesNoSemaphore)
+{
+    // The scan sees a named semaphore of this process that is still there.
+    const std::string probe = std::to_string(getpid()) + "_probe";
+    sem_t* probeSemaphore = sem_open(probe.c_str(), O_CREAT | O_EXCL, 0600, 1);
+    ASSERT_NE(probeSemaphore, SEM_FAILED);
+    EXPECT_EQ(semaphoreFilesOf(getpid()), std::vector<std::string>({"sem." + probe}));
+    sem_unlink(probe.c_str());
+    sem_close(probeSemaphore);
+    EXPECT_TRUE(semaphoreFilesOf(getpid()).empty());
+
+    int errorPipe[2];
+    ASSERT_EQ(pipe(errorPipe), 0);
+    std::cout.flush();
+    std::cerr.flush();
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        close(errorPipe[0]);
+        dup2(errorPipe[1], STDERR_FILENO);
+        auto locks = std::make_unique<Lock[]>(5);
+        auto value = std::make_unique<MutexType<long>>(7L);
+        auto vars = std::make_unique<MainMutexVars>();
+        fatal("stopped with locks alive");
+    }
+    close(errorPipe[1]);
+    std::string errorText;
+    char buffer[256];
+    for (ssize_t got; (got = read(errorPipe[0], buffer, sizeof buffer)) > 0;)
+        errorText.append(buffer, static_cast<std::size_t>(got));
+    close(errorPipe[0]);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+    EXPECT_EQ(errorText, "\n*** FAIL: stopped with locks alive\n");
+    EXPECT_TRUE(semaphoreFilesOf(child).empty());
+}
+
+TEST(ExecutablePath, NamesThisTestProgramWithLinksResolved)
+{
+    const std::string path = Process::getExecutablePath();
+    ASSERT_GE(path.size(), 9u);
+    EXPECT_EQ(path.substr(path.size() - 9), "/tests_os");
+    char resolved[PATH_MAX];
+    ASSERT_NE(realpath(path.c_str(), resolved), nullptr);
+    EXPECT_EQ(path, resolved);
+    EXPECT_EQ(Process::getExecutableDir() + "/tests_os", path);
+}
+
+} // namespace
+} // namespace latopt
