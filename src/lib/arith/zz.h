@@ -111,6 +111,9 @@ public:
     // 1212 (the leading zeroes of limb 1's 9-digit field are lost). A zero becomes the normal zero.
     ZZ& removeZeroTrailer();
 
+    // Raw limbs: limb i (1-based) is limbs()[i]. For loops that must not pay the index check.
+    long long* limbs() const { return data; }
+
 private:
     // Sets the dimension to n for a result that is written afresh; old limbs are not kept when
     // storage must grow.
