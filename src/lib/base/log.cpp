@@ -18,7 +18,7 @@ std::string BEGINL()
     prefix.clear();
     if (LINE_OPEN[THREAD_DEPTH]) {
         LINE_OPEN[THREAD_DEPTH] = false;
-        prefix += '\n'; // not an assignment of "\n": gcc 12 warns falsely on that at -O3
+        prefix = "\n";
     }
     // 2. One bar for the root and one indented bar per open level.
     prefix += "|";
