@@ -25,7 +25,10 @@ std::string BEGINL()
     for (unsigned long level = 0; level < THREAD_DEPTH; ++level)
         prefix += "    |";
     prefix += "->";
-    if (++THREAD_DEPTH >= MAX_THREAD_DEPTH) fatal("Maximum thread depth reached");
+    // The level that would reach 128 is fatal; the depth stays below it, since the fatal form's
+    // LF() still indexes the flags with it.
+    if (THREAD_DEPTH + 1 >= MAX_THREAD_DEPTH) fatal("Maximum thread depth reached");
+    ++THREAD_DEPTH;
     LINE_OPEN[THREAD_DEPTH] = true;
     return prefix;
 }
