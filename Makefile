@@ -19,7 +19,8 @@ run: build
 test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
-bench: deps
+bench:
+	@./.ci/deps bench
 	cmake -S . -B $(BUILD)-bench $(CMAKE_ARGS) -DLATOPT_BENCH=ON -DLATOPT_TESTS=OFF
 	cmake --build $(BUILD)-bench -j $(JOBS)
 	@for b in $(BUILD)-bench/bin/bench_*; do [ -x "$$b" ] && "$$b" || true; done
