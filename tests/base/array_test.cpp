@@ -105,9 +105,19 @@ TEST(ArrayCopy, CopiesAreIndependentAndMovesSteal)
     Array<long> moved(std::move(original));
     EXPECT_EQ(moved.data, storage);
     EXPECT_EQ(elements(moved), (std::vector<long>{1, 2, 3}));
+    EXPECT_TRUE(moved.throwOnLoss);
+    assigned.allowPostCommaLoss = true;
     assigned = std::move(moved);
     EXPECT_EQ(assigned.data, storage);
     EXPECT_EQ(assigned.MN, 3);
+    // A move assignment leaves the conversion flags of the target as they were.
+    EXPECT_TRUE(assigned.throwOnLoss);
+    EXPECT_TRUE(assigned.allowPostCommaLoss);
+    Array<long> unmarked;
+    unmarked = arrayOf({1});
+    EXPECT_FALSE(unmarked.throwOnLoss);
+    assigned = std::move(unmarked);
+    EXPECT_TRUE(assigned.throwOnLoss);
 }
 
 TEST(ArrayZero, MakeZeroZerofyAndIsZero)

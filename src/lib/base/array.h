@@ -32,12 +32,19 @@ public:
     Array() = default;
     explicit Array(long dimension) { setDimension(dimension, false); }
     Array(const Array& other) { copyFrom(other); }
-    Array(Array&& other) noexcept { steal(other); }
+    Array(Array&& other) noexcept
+    {
+        steal(other);
+        throwOnLoss = other.throwOnLoss;
+        allowPostCommaLoss = other.allowPostCommaLoss;
+    }
     Array& operator=(const Array& other)
     {
         if (this != &other) copyFrom(other);
         return *this;
     }
+    // Steals data, dimension and capacity; the conversion flags stay those of this array, so
+    // that a member the owner marked for faithful conversion keeps its mark.
     Array& operator=(Array&& other) noexcept
     {
         if (this != &other) {
@@ -183,8 +190,6 @@ private:
         data = std::exchange(other.data, nullptr);
         MN = std::exchange(other.MN, 0);
         capacity = std::exchange(other.capacity, 0);
-        throwOnLoss = other.throwOnLoss;
-        allowPostCommaLoss = other.allowPostCommaLoss;
     }
     // Element 0 exists as soon as an array is used, also at dimension 0.
     void ensureSpareSlot() const
