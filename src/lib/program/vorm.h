@@ -111,6 +111,21 @@ public:
     bool initOrAdaptTargetBnds(const Vector<T>& targetValues, const T& bound);
     // Widens ltu, and rtu while tu is 0, by the target sums at the corners lx and rx.
     void adaptTargetBoundsByXBounds();
+
+    // Solution check and report (solution_check.cpp).
+    // Proves star against this program: bounds, equations, inequations; with targets it then
+    // sets targetValues, targetNorm and slackNorm. False on the first failing test, the record
+    // unchanged. In long double a value beyond the trusted range throws PrecisionException.
+    bool checkStar(Star<T>& star);
+    // checkStar(stars[index]); a failing record is removed.
+    bool checkStar(long index);
+    // checkStar(index) for index 1, 2, ... while index <= the count; the and of the results.
+    bool checkStars();
+    // The report of all records: a line feed, then the records divided by "\n---\n\n".
+    std::string outputOptStarSolutions() const;
+    // The report of stars[index]: x, and unless slackNorm is -1 the target values with their
+    // goals, the norms and the time of discovery.
+    std::string outputOptStarSolution(long index) const;
 };
 
 template <>

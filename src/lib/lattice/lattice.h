@@ -1,0 +1,160 @@
+// lattice.h: Lattice<R1, R2>, the solver state of one program: the prepared program (the Vorm
+// base), its unprepared twin, the basis B of the lattice that embeds it, everything derived from
+// B, the search's results and the parameters. Stage<R1, R2> is the enumeration state of one row.
+// R1 is the number type of the lattice data and of the program, R2 that of the Gram-Schmidt data.
+// Built for the four pairs of long double and QQ; other types do not link. Rows count from 1.
+// A lattice is created empty (0 rows), filled by setFileNames and the .opt reader, and given a
+// basis by the embedding. Copies between instantiations go through _assign, value by value
+// through Precision::conv: from QQ down to long double every member marked throwOnLoss by
+// resetLattice (B_save, solutions, TT, c, l, lTrimmed, r, rTrimmed, rowValues, stages, and rowNorm
+// with allowPostCommaLoss) and the scalars of the lattice data must arrive faithfully, else
+// PrecisionException, and the target is then half written (YLattice restores its backup).
+// Files: the .sol file of the program (sol_file.cpp) is read record by record and written whole
+// through a temporary file that replaces it, with SIGINT and SIGTERM held back meanwhile.
+//
+// Members that belong to later stages of the engine join the class with them, in these places
+// of the member order: bestVector (HeuristicVector<R1, R2>, after params), containment
+// (ContainmentVerification<R1, R2>) and coords (CoordsComputation<R1, R2>, with the two solve
+// caches) after checkVectorsState, and goodVectors, bestVectors (SortedSet<HeuristicVector>,
+// limit collectLimit) and trimming (Trimming<R1>) at the end. Their steps in resetLattice,
+// setDims and _assign are marked where they belong; so is the change callback of params, which
+// needs the trimming operations (params is built with the default constructor until then).
+#pragma once
+
+#include "arith/constant.h"
+#include "arith/qq.h"
+#include "base/array.h"
+#include "base/serializable_array.h"
+#include "linalg/matrix.h"
+#include "linalg/vector.h"
+#include "os/mutex.h"
+#include "os/statistics.h"
+#include "params/params.h"
+#include "program/star.h"
+#include "program/vorm.h"
+
+#include <istream>
+#include <string>
+
+namespace latopt {
+
+// The element reader of the transformation stack's text form (SerializableArray<Matrix<T>>).
+template <class T>
+std::istream& operator>>(std::istream& stream, Matrix<T>& matrix)
+{
+    matrix.unserialize(stream);
+    return stream;
+}
+
+// The state of one row of an enumeration: the vector part (R1) and six values of R2, which the
+// search drivers fill; within the engine they are only kept in step with the rows of B.
+template <class R1, class R2>
+class Stage : public Vector<R1> {
+public:
+    R2 center;      // 0 by default
+    R2 partialNorm; // 0 by default
+    R2 offset;      // 0 by default
+    R2 step;        // 0 by default
+    R2 bound;       // 0 by default
+    R2 direction;   // 1 by default
+
+    Stage();
+    Stage(const Stage&) = default;
+    Stage(Stage&&) noexcept = default;
+    Stage& operator=(const Stage&) = default;
+    Stage& operator=(Stage&&) noexcept = default;
+    ~Stage() override = default;
+
+    // The vector part through Precision::conv with this stage's flags, then the six values, each
+    // with this stage's throwOnLoss and allowPostCommaLoss. Self-assignment does nothing.
+    template <class S1, class S2>
+    Stage& _assign(const Stage<S1, S2>& other);
+};
+
+template <class R1, class R2>
+class Lattice : public Vorm<R1> {
+public:
+    R1 inhomogenousConstant;       // last component of untrimmed inhomogenous vectors; 1
+    R1 scaledInhomogenousConstant; // the same under the scale of the last column; 1
+    long iterationCount = 0;       // cleared by every reset
+    long dimB = 0;                 // row count of B
+    long dimN = 0;                 // column count of B
+    std::string latFile;           // the .lat file of the program; empty: not written
+    ExtendedParams<R2> params;     // all settings
+    // bestVector joins here.
+    TargetVector<R1> bestTarget;                 // the best target reached so far
+    ConversionArray<TargetVector<R1>> solutions; // the found solutions, from index 1
+    SerializableArray<Matrix<R1>> TT;            // the transformation stack; one identity
+    Matrix<R1> B_save;                           // the untrimmed basis at the last checkpoint
+    Matrix<R1> B;                                // the basis, one lattice vector per row, trimmed
+    Matrix<R2> gsVectors;                        // dimB by dimN
+    Matrix<R2> mu;                               // dimB by dimB
+    Vector<R1> rowNorm;                          // one value per row
+    Vector<R2> gsNorm;                           // one value per row
+    MainMutexVars vars;                          // variables 5, 6, 7 are "0" after a reset
+    Vorm<R1> unprepared;                         // the program as the file states it
+    R1 R;                                        // common bound of the scaled components; 0
+    Vector<R1> c;                                // column scale factors, dimN long
+    Vector<R1> l;                                // bounds of the lattice coordinates, dimN long,
+    Vector<R1> lTrimmed;                         // plain and trimmed
+    Vector<R1> r;                                //
+    Vector<R1> rTrimmed;                         //
+    R1 maxUnscaledLatVecSquaredEuclideanNorm;    // 0
+    bool boundsSymmetric = false;                //
+    long lllStepBudget = 100;                    // steps of the reduction between checks
+    short checkVectorsState = 0;                 // state of the candidate check
+    // containment and coords join here.
+    Array<short> rowState;                    // one state word per row
+    ConversionArray<Matrix<R2>> gsStages;     // work array P of the reduced LQ factorisation
+    Vector<R2> gsDiag;                        //
+    Matrix<R2> gsLower;                       //
+    ConversionArray<Matrix<R2>> gsFullStages; // work array P of the full LQ factorisation
+    Matrix<R2> gsLowerFull;                   //
+    Vector<R1> rowValues;                     // one value per row, for the search drivers
+    R2 stageValue;                            // a value of the search drivers; kept and copied
+    ConversionArray<Stage<R1, R2>> stages;    // dimB + 1 entries: enumeration state of each row
+    // goodVectors, bestVectors and trimming join here.
+
+    static Statistics statistics; // the counters of the run, one object per instantiation
+
+    // All members, an empty lattice for a null basis, then resetLattice(basis, true).
+    explicit Lattice(const Matrix<R1>* basis = nullptr);
+    // A lattice is copied through _assign only; its parts refer to it.
+    Lattice(const Lattice&) = delete;
+    Lattice& operator=(const Lattice&) = delete;
+    ~Lattice() override = default;
+
+    // B_save becomes a copy of basis (null: 0 by 0), dims follow it, TT one identity, every derived
+    // member zero, results and counters cleared, latFile emptied if clearFileName, and the
+    // conversion flags of the faithful members set.
+    void resetLattice(const Matrix<R1>* basis, bool clearFileName);
+    // Resizes everything that follows the rows (rows) and the columns (cols, 0: dimN). A negative
+    // size does nothing.
+    void setDims(long rows, long cols, bool keepBest);
+    // Copies other into this lattice: the program and unprepared, dims and latFile, params unless
+    // keepParams, then the results and the basis, then the rest in the order of the members. May
+    // throw PrecisionException from QQ to long double and leave this lattice half written.
+    template <class S1, class S2>
+    Lattice& _assign(const Lattice<S1, S2>& other, bool keepParams);
+
+    // The names of the program's files from one of them: the stem is name without its last
+    // extension ("\\.[^./]*$"), or the whole name if that leaves nothing; optFile and solFile go
+    // to the program and to unprepared, latFile to the lattice.
+    void setFileNames(const std::string& name);
+
+    // Solution file (sol_file.cpp).
+    // Appends the records of solFile to stars; short records are completed by checkStar. With
+    // stopAtFirst, returns at the first usable record without storing it. True if a record was
+    // taken. A missing or empty file gives false and no message.
+    bool readStarsFromSolFile(bool stopAtFirst);
+    // Writes stars to solFile, one line each, while pendingSolutionWrite; an empty list removes
+    // the file. The file is replaced whole or not at all; SIGINT and SIGTERM are held back until
+    // it is complete, and end the run then.
+    void writeSolFile(bool keepStars);
+
+    // Called, when set, once the records are written and before the file replaces the old one:
+    // a point inside the protected write, for tests of the signal handling.
+    static inline void (*solWriteProbe)() = nullptr;
+};
+
+} // namespace latopt
