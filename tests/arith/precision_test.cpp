@@ -1,0 +1,307 @@
+#include "arith/precision.h"
+
+#include "arith/qq.h"
+#include "base/exceptions.h"
+#include "linalg/matrix.h"
+#include "linalg/vector.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+#include <random>
+#include <string>
+
+namespace latopt {
+namespace {
+
+unsigned long long testSeed()
+{
+    const char* text = std::getenv("LATOPT_TEST_SEED");
+    return text != nullptr ? std::strtoull(text, nullptr, 10) : 20261121ULL;
+}
+
+long rounds(long count)
+{
+    const char* text = std::getenv("LATOPT_TEST_MULTIPLIER");
+    const long multiplier = text != nullptr ? std::max(1L, std::atol(text)) : 1L;
+    return count * multiplier;
+}
+
+std::string seedTrace(unsigned long long seed)
+{
+    return "seed " + std::to_string(seed) + " (LATOPT_TEST_SEED to replay)";
+}
+
+std::string seventeenDigits(long double x)
+{
+    char text[64];
+    std::snprintf(text, sizeof text, "%.17Lg", x);
+    return text;
+}
+
+// The significant digits of a %g text hold no zero. Both decimal readings of the system (the
+// QQ parser and toDbl) join decimal limbs without padding, so a digit string with a zero in the
+// wrong place loses digits on the way (see DigitStringsWithZeroesAcrossALimbLoseDigits); without
+// zeroes both are exact.
+bool zeroFreeDigits(const std::string& text)
+{
+    std::string digits;
+    for (char c : text.substr(0, text.find_first_of("eE"))) {
+        if (c >= '0' && c <= '9') digits += c;
+    }
+    digits.erase(0, digits.find_first_not_of('0'));
+    return digits.find('0') == std::string::npos;
+}
+
+TEST(QqToDbl, FractionsThatDoNotFitThrowOnlyWhenAsked)
+{
+    const QQ third("1/3");
+    EXPECT_THROW((void)third.toDbl(true, false), PostCommaPrecisionException);
+    const long double allowed = third.toDbl(true, true);
+    EXPECT_EQ(allowed, third.toDbl(false, false));
+    EXPECT_LE(fabsl(allowed - 1.0L / 3.0L), 1e-18L);
+    try {
+        (void)third.toDbl(true, false);
+    } catch (const PostCommaPrecisionException& e) {
+        EXPECT_STREQ(e.what(), "PostCommaPrecision exception: QQ is not representable as dbl_t");
+    }
+}
+
+TEST(QqToDbl, IntegerPartBeyondEighteenDigits)
+{
+    const QQ big("1234567890123456789:1/2");
+    EXPECT_THROW((void)big.toDbl(true, false), PreCommaPrecisionException);
+    EXPECT_THROW((void)big.toDbl(true, true), PreCommaPrecisionException);
+    EXPECT_EQ(big.toDbl(false, false), 1234567890123456789.0L);
+    EXPECT_EQ(QQ("-123456789012345678:1/2").toDbl(true, true), -123456789012345678.5L);
+}
+
+TEST(QqToDbl, ExactDecimalsArriveExactly)
+{
+    EXPECT_EQ(QQ("1/4").toDbl(true, false), 0.25L);
+    EXPECT_EQ(QQ("-1/20").toDbl(true, false), -0.05L);
+    EXPECT_EQ(QQ("0").toDbl(true, false), 0.0L);
+    EXPECT_EQ(QQ("-7").toDbl(true, false), -7.0L);
+    EXPECT_EQ(QQ("3:1/1000000").toDbl(true, false), 3.000001L);
+    EXPECT_EQ(QQ("inf").toDbl(true, false), std::numeric_limits<long double>::infinity());
+    EXPECT_EQ(QQ("-inf").toDbl(true, false), -std::numeric_limits<long double>::infinity());
+}
+
+TEST(QqToDbl, EighteenSignificantDigitsIsTheBudget)
+{
+    // Behind a zero integer part leading zeroes are free; behind a nonzero one they count.
+    EXPECT_EQ(QQ("0.123456789123456789").toDbl(true, false), 0.123456789123456789L);
+    EXPECT_THROW((void)QQ("0.1234567891234567891").toDbl(true, false), PostCommaPrecisionException);
+    EXPECT_EQ(QQ("0.000000123456789123456789").toDbl(true, false), 0.000000123456789123456789L);
+    EXPECT_EQ(QQ("123456789.123456789").toDbl(true, false), 123456789.123456789L);
+    EXPECT_THROW((void)QQ("123456789.1234567891").toDbl(true, false), PostCommaPrecisionException);
+    EXPECT_EQ(QQ("1.00000000000000001").toDbl(true, false), 1.00000000000000001L);
+    EXPECT_THROW((void)QQ("1.000000000000000001").toDbl(true, false), PostCommaPrecisionException);
+}
+
+TEST(QqFromLongDouble, SeventeenDigitsAndTheFlushBelowEpsilon)
+{
+    EXPECT_TRUE(QQ(1e-10L).isZero());
+    EXPECT_TRUE(QQ(-1e-10L).isZero());
+    EXPECT_EQ(QQ(0.25L), QQ("1/4"));
+    EXPECT_EQ(QQ(0.1L), QQ("1/10"));
+    EXPECT_EQ(QQ(-2.5e3L), QQ(-2500));
+    EXPECT_EQ(QQ(1e20L), QQ("100000000000000000000"));
+    EXPECT_EQ(QQ(1.5e-5L), QQ("3/200000"));
+    EXPECT_EQ(QQ(std::numeric_limits<long double>::infinity()), Constant<QQ>::INF());
+    EXPECT_EQ(QQ(-std::numeric_limits<long double>::infinity()), -Constant<QQ>::INF());
+    // The decimal reading, not the binary value: 1/3 in long double becomes 17 threes.
+    EXPECT_EQ(QQ(1.0L / 3.0L), QQ("0.33333333333333333"));
+    QQ assigned;
+    assigned = 2.75L;
+    EXPECT_EQ(assigned, QQ("2:3/4"));
+    EXPECT_TRUE(assigned.isNormal());
+}
+
+TEST(PrecisionConv, ScalarsWithAndWithoutProbe)
+{
+    long double d = 0;
+    EXPECT_THROW(Precision::conv(QQ("1/3"), d, true, false), PostCommaPrecisionException);
+    EXPECT_NO_THROW(Precision::conv(QQ("1/3"), d, true, true));
+    EXPECT_LE(fabsl(d - 1.0L / 3.0L), 1e-18L);
+    EXPECT_NO_THROW(Precision::conv(QQ("1/3"), d, false, false));
+    EXPECT_THROW(Precision::conv(QQ("100000000000000000000:1/2"), d, true, true), PreCommaPrecisionException);
+    EXPECT_EQ(Precision::conv(QQ("100000000000000000000:1/2"), d, false, false), 1e20L);
+
+    QQ q;
+    EXPECT_EQ(Precision::conv(1e-10L, q, true), QQ(0));
+    EXPECT_EQ(Precision::conv(0.375L, q, true), QQ("3/8"));
+    try {
+        Precision::conv(12345678901.234567891L, q, true);
+        FAIL() << "no exception";
+    } catch (const PrecisionException& e) {
+        EXPECT_STREQ(e.what(), "Precision lost during conversion");
+    }
+    // The target keeps the unfaithful value, the source is untouched.
+    EXPECT_EQ(q, QQ("12345678901.234568"));
+    EXPECT_NO_THROW(Precision::conv(12345678901.234567891L, q, false));
+}
+
+TEST(PrecisionConv, VectorsFollowTheTargetFlags)
+{
+    const Vector<QQ> exact("[ 1/4 1/3 ]");
+    Vector<long double> lenient;
+    EXPECT_NO_THROW(lenient = exact);
+    Vector<long double> strict;
+    strict.throwOnLoss = true;
+    EXPECT_THROW(strict = exact, PostCommaPrecisionException);
+    EXPECT_EQ(strict[1], 0.25L); // half written
+    strict.allowPostCommaLoss = true;
+    EXPECT_NO_THROW(strict = exact);
+    EXPECT_TRUE(Vector<QQ>(strict) == exact);
+
+    // A probe through Precision::conv: 10^-10 vanishes in QQ, but within the tolerance.
+    const Vector<long double> tiny("[ 1e-10 5 ]");
+    Vector<QQ> converted;
+    EXPECT_NO_THROW(Precision::conv(tiny, converted, true));
+    EXPECT_TRUE(converted[1].isZero());
+    const Vector<long double> large("[ 123456789012.25390625 ]");
+    EXPECT_THROW(Precision::conv(large, converted, true), PrecisionException);
+    EXPECT_NO_THROW(Precision::conv(large, converted, false));
+}
+
+TEST(PrecisionConv, PairsConvertTheirNumbers)
+{
+    const Pair<long, QQ> exact(7, QQ("1/8"));
+    Pair<long, long double> standard;
+    Precision::conv(exact, standard, true);
+    EXPECT_EQ(standard.left, 7);
+    EXPECT_EQ(standard.right, 0.125L);
+    const SerializablePair<long double, long double> both(0.5L, -2.0L);
+    SerializablePair<QQ, QQ> exactBoth;
+    Precision::conv(both, exactBoth, true);
+    EXPECT_EQ(exactBoth.left, QQ("1/2"));
+    EXPECT_EQ(exactBoth.right, QQ(-2));
+}
+
+TEST(PrecisionConv, DigitStringsWithZeroesAcrossALimbLoseDigits)
+{
+    // The decimal readers join limb texts without padding: 0.1000000001 reads as 0.11 and a
+    // fraction whose digits 12000000012 span two limbs is written as 0.1212. The probe is what
+    // catches such a crossing.
+    EXPECT_EQ(QQ("0.1000000001"), QQ("11/100"));
+    QQ q;
+    EXPECT_THROW(Precision::conv(0.1000000001L, q, true), PrecisionException);
+    EXPECT_EQ(QQ("12000000012/100000000000").toDbl(false, false), 0.1212L);
+    long double d = 0;
+    EXPECT_THROW(Precision::conv(QQ("12000000012/100000000000"), d, true, true), PrecisionException);
+}
+
+TEST(PrecisionConv, RandomSeventeenDigitRoundTripsAreExact)
+{
+    const unsigned long long seed = testSeed();
+    SCOPED_TRACE(seedTrace(seed));
+    std::mt19937_64 random(seed + 20);
+    std::uniform_int_distribution<int> digit(1, 9);
+    std::uniform_int_distribution<int> length(1, 17);
+    std::uniform_int_distribution<int> exponent(-8, 17);
+    for (long round = 0; round < rounds(2000); ++round) {
+        // d.ddd...e<exponent> with up to 17 nonzero digits, within 10^-8 .. 10^18.
+        std::string text = (round % 2 ? "-" : "");
+        const int digits = length(random);
+        for (int i = 0; i < digits; ++i) {
+            text += static_cast<char>('0' + digit(random));
+            if (i == 0 && digits > 1) text += '.';
+        }
+        text += "e" + std::to_string(exponent(random));
+        const long double source = std::strtold(text.c_str(), nullptr);
+        QQ exact;
+        Precision::conv(source, exact, true);
+        EXPECT_EQ(exact, QQ(text.c_str())) << text;
+        long double back = 0;
+        Precision::conv(exact, back, true, false);
+        EXPECT_EQ(back, source) << text;
+    }
+}
+
+TEST(PrecisionConv, ProbeThrowsExactlyWhenTheRoundTripMissesByMoreThanEpsilon)
+{
+    const unsigned long long seed = testSeed();
+    SCOPED_TRACE(seedTrace(seed));
+    std::mt19937_64 random(seed + 21);
+    std::uniform_real_distribution<long double> mantissa(1.0L, 10.0L);
+    std::uniform_int_distribution<int> exponent(-12, 20);
+    long thrown = 0;
+    long kept = 0;
+    for (long round = 0; kept + thrown < rounds(1000); ++round) {
+        const long double source = (round % 2 ? -1 : 1) * mantissa(random) * powl(10.0L, exponent(random));
+        const std::string text = seventeenDigits(source);
+        if (!zeroFreeDigits(text)) continue;
+        // The way back is the 17-digit reading of the source (values within 10^-9 of zero go
+        // to zero and stay within the tolerance).
+        const long double back = std::strtold(text.c_str(), nullptr);
+        const bool faithful = back == source || fabsl(back - source) <= Constant<long double>::EPSILON();
+        QQ exact;
+        bool threw = false;
+        try {
+            Precision::conv(source, exact, true);
+        } catch (const PrecisionException&) {
+            threw = true;
+        }
+        EXPECT_EQ(threw, !faithful) << text;
+        (threw ? thrown : kept)++;
+    }
+    // Both sides were exercised.
+    EXPECT_GT(thrown, rounds(1000) / 10);
+    EXPECT_GT(kept, rounds(1000) / 10);
+}
+
+TEST(PrecisionIntegerMakingFactor, FromTheSeventeenDigitText)
+{
+    EXPECT_EQ(Precision::getIntegerMakingFactor(0.25L), 4.0L);
+    EXPECT_EQ(Precision::getIntegerMakingFactor(3.0L), 1.0L);
+    EXPECT_EQ(Precision::getIntegerMakingFactor(-0.5L), 2.0L);
+    EXPECT_EQ(Precision::getIntegerMakingFactor(1.375L), 8.0L);
+    EXPECT_EQ(Precision::getIntegerMakingFactor(0.0L), 1.0L);
+    EXPECT_EQ(Precision::getIntegerMakingFactor(std::numeric_limits<long double>::infinity()), 1.0L);
+    EXPECT_EQ(Precision::getIntegerMakingFactor<long double>(0.2L), 5.0L);
+    EXPECT_EQ(Precision::getIntegerMakingFactor(QQ("2:3/4")), QQ(4));
+    EXPECT_EQ(Precision::getIntegerMakingFactor(QQ(-5)), QQ(1));
+    EXPECT_EQ(Precision::getIntegerMakingFactor(Constant<QQ>::INF()), QQ(1));
+}
+
+TEST(PrecisionTruncate, CutsTheDenominatorToEighteenDigits)
+{
+    QQ x("1/1234567891234567891234");
+    Precision::truncateDecimal(x);
+    EXPECT_TRUE(x.isZero());
+    QQ y("7:123456789123456789123/987654321987654321987");
+    const QQ before = y;
+    Precision::truncateDecimal(y);
+    EXPECT_LE(y.nenner.digits(), 18);
+    EXPECT_TRUE(Precision::equalsZero(QQ(y - before), true));
+    QQ z("1/3");
+    Precision::truncateDecimal(z);
+    EXPECT_EQ(z, QQ("1/3"));
+    long double d = 1.0L / 3.0L;
+    Precision::truncateDecimal(d);
+    EXPECT_EQ(d, 1.0L / 3.0L);
+}
+
+TEST(PrecisionTruncate, ToggleSetsTheProcessWideSwitch)
+{
+    TruncateGuard restore(false);
+    Precision::toggleFractionTruncate(true);
+    EXPECT_TRUE(QQ::enableTruncate);
+    Precision::toggleFractionTruncate(false);
+    EXPECT_FALSE(QQ::enableTruncate);
+}
+
+TEST(PrecisionRound, LongDoubleHalvesAwayFromZero)
+{
+    EXPECT_EQ(round(2.5L), 3.0L);
+    EXPECT_EQ(round(-2.5L), -3.0L);
+    EXPECT_EQ(round(-0.4L), 0.0L);
+    EXPECT_EQ(round(QQ("5/2")), QQ(3));
+}
+
+} // namespace
+} // namespace latopt
