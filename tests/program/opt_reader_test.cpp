@@ -99,6 +99,9 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     VariableBlocks, OptReaderDeathTest,
     testing::Values(Fault{"fault_no_variables.opt", "Dimension error -- n == 0"},
+                    // At the end of input every further block is empty.
+                    Fault{"fault_empty.opt", "Dimension error -- n == 0"},
+                    Fault{"fault_ends_after_au.opt", "recheck sdim case and the usage of n (eg. in opt2lat)"},
                     Fault{"fault_rx_short.opt", "recheck sdim case and the usage of n (eg. in opt2lat)"},
                     Fault{"fault_rx_empty.opt", "recheck sdim case and the usage of n (eg. in opt2lat)"},
                     Fault{"fault_rx_long.opt", "The dimension of rx has to be > 0 and < A_{t,u,g}.MN"},

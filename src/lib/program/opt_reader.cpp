@@ -2,9 +2,9 @@
 // A file is eleven bracketed blocks in a fixed order, told apart by position alone:
 //   dt [= kt] At Ag bg Au lu ru dx lx rx
 // Vectors and matrices read themselves (Vector<QQ>, Matrix<QQ>): a block that doesn't begin with
-// "[" is left empty and consumes nothing, so a missing block shows up in the checks below, which
-// run in a fixed order as soon as their data is there. Each failing check is fatal with its own
-// text; nothing is repaired.
+// "[" is left empty and consumes nothing, as is every block at the end of input, so a missing
+// block shows up in the checks below, which run in a fixed order as soon as their data is there.
+// Each failing check is fatal with its own text; nothing is repaired.
 #include "program/vorm.h"
 
 #include "arith/constant.h"
@@ -49,6 +49,23 @@ void checkColumnCount(const Matrix<QQ>& matrix, const char* name, long n)
               ") is not right ( != " + decimal(n) + " )");
 }
 
+// At the end of input a second look at the stream sets failbit on top of eofbit (the stream's
+// sentry does that), and the block readers would take that for a broken stream. Nothing is left
+// to read then: the next reader gets a clean end of input, finds no "[" and leaves its block
+// empty, so that the checks decide what a missing block means.
+void clearEndOfInput(std::istream& in)
+{
+    if (in.eof() && !in.bad()) in.clear();
+}
+
+// Reads the next block, a Vector<QQ> or a Matrix<QQ>.
+template <class Block>
+void readBlock(std::istream& in, Block& block)
+{
+    clearEndOfInput(in);
+    block.unserialize(in);
+}
+
 } // namespace
 
 template <>
@@ -75,12 +92,13 @@ std::istream& operator>>(std::istream& in, Vorm<QQ>& program)
 {
     char next;
     // 1. The desired target values, then a look at what follows.
-    program.dt.unserialize(in);
+    readBlock(in, program.dt);
+    clearEndOfInput(in);
     skipOverCommentsAndSeparators(in, BLOCK_SEPARATORS, &next);
     // 2. "= kt" gives the known target values; without it they are those of dt.
     if (next == '=') {
         in.get();
-        program.kt.unserialize(in);
+        readBlock(in, program.kt);
         if (program.kt.dimension() != program.dt.dimension())
             fatal("The dimensions of the target properties (kt, dt) differ (" +
                   decimal(program.kt.dimension()) + ", " + decimal(program.dt.dimension()) + ")");
@@ -89,18 +107,18 @@ std::istream& operator>>(std::istream& in, Vorm<QQ>& program)
         program.kt = program.dt;
     }
     // 3. Targets.
-    program.At.unserialize(in);
+    readBlock(in, program.At);
     if (program.At.rowCount != program.dt.dimension())
         fatal("The row count of At (" + decimal(program.At.rowCount) +
               ") differs with the dimension of dt (" + decimal(program.dt.dimension()) + ")");
     // 4. Equations.
-    program.Ag.unserialize(in);
-    program.bg.unserialize(in);
+    readBlock(in, program.Ag);
+    readBlock(in, program.bg);
     if (program.Ag.rowCount != program.bg.dimension())
         fatal("The row count of Ag (" + decimal(program.Ag.rowCount) +
               ") differs with the dimension of bg (" + decimal(program.bg.dimension()) + ")");
     // 5. Inequations.
-    program.Au.unserialize(in);
+    readBlock(in, program.Au);
     // 6. The number of variables.
     const long n = variableCount(program);
     if (n == 0) fatal("Dimension error -- n == 0");
@@ -119,11 +137,11 @@ std::istream& operator>>(std::istream& in, Vorm<QQ>& program)
     for (long i = 1; i <= program.Au.rowCount; ++i)
         if (program.Au[i].hasInfiniteEntry()) fatal("+-inf not allowed in Au");
     // 9. The bounds of the inequations. The spacing of the first text is as it has always been.
-    program.lu.unserialize(in);
+    readBlock(in, program.lu);
     if (program.Au.rowCount != program.lu.dimension())
         fatal("The row count of Au ( " + decimal(program.Au.rowCount) +
               ") differs with the dimension of lu / ru ( " + decimal(program.lu.dimension()) + ")");
-    program.ru.unserialize(in);
+    readBlock(in, program.ru);
     if (program.lu.dimension() != program.ru.dimension())
         fatal("The dimensions of lu (" + decimal(program.lu.dimension()) + ") and ru (" +
               decimal(program.ru.dimension()) + ") differ");
@@ -135,9 +153,9 @@ std::istream& operator>>(std::istream& in, Vorm<QQ>& program)
             fatal("Useless inequation -inf <= ... <= inf found");
     }
     // 11. The variables.
-    program.dx.unserialize(in);
-    program.lx.unserialize(in);
-    program.rx.unserialize(in);
+    readBlock(in, program.dx);
+    readBlock(in, program.lx);
+    readBlock(in, program.rx);
     // 12. rx must have exactly n entries; the second text says "<" although n itself is the only
     //     dimension accepted, and stays as it has always been.
     if (program.rx.dimension() < n) fatal("recheck sdim case and the usage of n (eg. in opt2lat)");
