@@ -12,9 +12,11 @@
 #include "base/string.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <istream>
 #include <limits>
 #include <sstream>
@@ -75,56 +77,72 @@ std::string powerOfTenText(long count)
     return "1" + std::string(static_cast<size_t>(count), '0');
 }
 
-// The exact value of a number token of a record. Accepted, after an optional sign "+" or "-":
-// "inf"; an integer "17"; a fraction "3/4" (nonzero denominator); a mixed number "2:3/4" (a
-// proper fraction, numerator without leading zero); a decimal "2.5", "2,5", ".5" or "2."; each of
-// the last four with an exponent "e" or "E", an optional sign and digits ("1.23457e+06"). The
-// value is built exactly through the QQ text parser: the shapes are checked first, so that the
-// parser meets only forms it takes without stopping, and decimals and exponents become an
-// integer or a fraction over a power of ten, read as such. Anything else throws GeneralException.
-QQ parseNumberToken(const std::string& token)
+// The parts of a number token of a record. Accepted, after an optional sign "+" or "-": "inf";
+// an integer "17"; a fraction "3/4" (nonzero denominator); a mixed number "2:3/4" (a proper
+// fraction, numerator without leading zero); a decimal "2.5", "2,5", ".5" or "2."; each of the
+// last four with an exponent "e" or "E", an optional sign and at most MAX_DECIMAL_EXPONENT
+// ("1.23457e+06"). Anything else throws GeneralException.
+struct NumberToken {
+    bool negative = false;
+    bool infinite = false;
+    bool decimal = false;       // integer digits, a point or comma, fraction digits
+    bool streamForm = false;    // as a long double is written: no fraction, no comma
+    size_t mantissaStart = 0;   // behind the sign
+    size_t mantissaEnd = 0;     // before the exponent
+    std::string integerDigits;  // of a decimal
+    std::string fractionDigits; // of a decimal
+    long exponent = 0;
+};
+
+NumberToken checkNumberToken(const std::string& token)
 {
     if (token.empty()) throw GeneralException("Star: number expected");
+    NumberToken number;
     size_t position = 0;
-    bool negative = false;
     if (token[position] == '+' || token[position] == '-') {
-        negative = token[position] == '-';
+        number.negative = token[position] == '-';
         ++position;
     }
+    number.mantissaStart = position;
     // 1. Infinity.
-    if (token.compare(position, std::string::npos, "inf") == 0) return QQ(token.c_str());
+    if (token.compare(position, std::string::npos, "inf") == 0) {
+        number.infinite = true;
+        number.streamForm = true;
+        return number;
+    }
     // 2. The mantissa: integer digits, then a fraction, a mixed number or decimal digits.
-    const size_t signLength = position;
-    const std::string integerDigits = takeDigits(token, position);
-    std::string numeratorDigits, denominatorDigits, fractionDigits;
-    bool decimal = false;
+    number.integerDigits = takeDigits(token, position);
+    number.streamForm = true;
     if (position < token.size() && (token[position] == '/' || token[position] == ':')) {
+        number.streamForm = false;
         const bool mixed = token[position] == ':';
         ++position;
+        std::string numeratorDigits;
         if (mixed) {
             numeratorDigits = takeDigits(token, position);
             if (position >= token.size() || token[position] != '/')
                 throw GeneralException("Star: malformed number");
             ++position;
         }
-        denominatorDigits = takeDigits(token, position);
-        if (integerDigits.empty() || denominatorDigits.empty() || allZero(denominatorDigits))
+        const std::string denominatorDigits = takeDigits(token, position);
+        if (number.integerDigits.empty() || denominatorDigits.empty() || allZero(denominatorDigits))
             throw GeneralException("Star: malformed number");
         // The parser's mixed form needs a proper fraction whose numerator has no leading zero.
         if (mixed && (numeratorDigits.empty() || numeratorDigits[0] == '0' ||
                       !digitsLess(numeratorDigits, denominatorDigits)))
             throw GeneralException("Star: malformed number");
     } else if (position < token.size() && (token[position] == '.' || token[position] == ',')) {
-        decimal = true;
+        number.decimal = true;
+        number.streamForm = token[position] == '.';
         ++position;
-        fractionDigits = takeDigits(token, position);
-        if (integerDigits.empty() && fractionDigits.empty()) throw GeneralException("Star: malformed number");
-    } else if (integerDigits.empty()) {
+        number.fractionDigits = takeDigits(token, position);
+        if (number.integerDigits.empty() && number.fractionDigits.empty())
+            throw GeneralException("Star: malformed number");
+    } else if (number.integerDigits.empty()) {
         throw GeneralException("Star: malformed number");
     }
-    const size_t mantissaEnd = position;
-    // 3. The exponent, an integer of at most MAX_DECIMAL_EXPONENT in magnitude.
-    long exponent = 0;
+    number.mantissaEnd = position;
+    // 3. The exponent.
     if (position < token.size() && (token[position] == 'e' || token[position] == 'E')) {
         ++position;
         bool exponentNegative = false;
@@ -135,30 +153,62 @@ QQ parseNumberToken(const std::string& token)
         const std::string exponentDigits = takeDigits(token, position);
         if (exponentDigits.empty()) throw GeneralException("Star: malformed number");
         for (const char digit : exponentDigits) {
-            exponent = exponent * 10 + (digit - '0');
-            if (exponent > MAX_DECIMAL_EXPONENT) throw GeneralException("Star: number out of range");
+            number.exponent = number.exponent * 10 + (digit - '0');
+            if (number.exponent > MAX_DECIMAL_EXPONENT) throw GeneralException("Star: number out of range");
         }
-        if (exponentNegative) exponent = -exponent;
+        if (exponentNegative) number.exponent = -number.exponent;
     }
     if (position != token.size()) throw GeneralException("Star: malformed number");
-    // 4. The magnitude. A decimal is its digits times 10^(exponent - digits behind the point),
-    //    read as an integer or as a fraction; the other forms are read as they stand and then
-    //    multiplied or divided by the power of ten.
+    return number;
+}
+
+// The exact value, built through the QQ text parser: the shape is checked, so the parser meets
+// only forms it takes without stopping, and a decimal or an exponent becomes an integer or a
+// fraction over a power of ten, read as such. (The parser's own decimal branch would read
+// "0.1000000001" as 0.11.)
+QQ exactValue(const std::string& token, const NumberToken& number)
+{
+    if (number.infinite) return QQ(token.c_str());
     QQ value;
-    if (decimal) {
-        const long shift = exponent - static_cast<long>(fractionDigits.size());
-        const std::string digits = integerDigits + fractionDigits;
+    if (number.decimal) {
+        // Its digits times 10^(exponent - digits behind the point).
+        const long shift = number.exponent - static_cast<long>(number.fractionDigits.size());
+        const std::string digits = number.integerDigits + number.fractionDigits;
         const std::string text = shift >= 0 ? digits + std::string(static_cast<size_t>(shift), '0')
                                             : digits + "/" + powerOfTenText(-shift);
         value = text.c_str();
     } else {
-        value = token.substr(signLength, mantissaEnd - signLength).c_str();
-        if (exponent > 0) value *= QQ(powerOfTenText(exponent).c_str());
-        if (exponent < 0) value /= QQ(powerOfTenText(-exponent).c_str());
+        value = token.substr(number.mantissaStart, number.mantissaEnd - number.mantissaStart).c_str();
+        if (number.exponent > 0) value *= QQ(powerOfTenText(number.exponent).c_str());
+        if (number.exponent < 0) value /= QQ(powerOfTenText(-number.exponent).c_str());
     }
-    // 5. The sign; a zero stays positive.
-    if (negative) QQ::negate(value, value);
+    // A zero stays positive.
+    if (number.negative) QQ::negate(value, value);
     return value;
+}
+
+// A number token into a record's number. QQ: exact. long double: a token of the form in which
+// long doubles are written is read as the platform reads a long double (strtold, correctly
+// rounded), so a written value reads back as written; a fraction or a comma goes through QQ and
+// the precision layer. A value beyond the range of long double is malformed.
+void assignNumber(const std::string& token, QQ& target)
+{
+    target = exactValue(token, checkNumberToken(token));
+}
+
+void assignNumber(const std::string& token, long double& target)
+{
+    const NumberToken number = checkNumberToken(token);
+    if (!number.streamForm) {
+        Precision::conv(exactValue(token, number), target, false);
+        return;
+    }
+    errno = 0;
+    char* end = nullptr;
+    const long double value = std::strtold(token.c_str(), &end);
+    if (end != token.c_str() + token.size()) throw GeneralException("Star: malformed number");
+    if (errno == ERANGE && std::isinf(value)) throw GeneralException("Star: number out of range");
+    target = value;
 }
 
 // The value of a token of digits with an optional sign, as the time of a record.
@@ -184,8 +234,8 @@ std::streamoff readingPosition(std::istream& stream)
 }
 
 // The reading path of the record: it throws GeneralException where Vector::unserialize and the
-// number readers would stop the process, and remembers where the record and the text that failed
-// began, so that reading can resume behind a corrupt record.
+// number readers would stop the process, and remembers where the record began, so that reading
+// can resume behind a corrupt record.
 class RecordReader {
 public:
     explicit RecordReader(std::istream& stream) : stream(stream) {}
@@ -195,7 +245,6 @@ public:
     {
         skipOverCommentsAndSeparators(stream, RECORD_SEPARATORS, nullptr);
         recordStart = readingPosition(stream);
-        tokenStart = recordStart;
     }
 
     // One token after white space and comments: the characters up to white space, "|", "[", "]",
@@ -203,7 +252,6 @@ public:
     std::string readToken()
     {
         skipOverCommentsAndSeparators(stream, RECORD_SEPARATORS, nullptr);
-        tokenStart = readingPosition(stream);
         std::string token;
         for (;;) {
             const int next = stream.peek();
@@ -226,7 +274,7 @@ public:
     template <class T>
     void readNumber(T& target)
     {
-        Precision::conv(parseNumberToken(readToken()), target, false);
+        assignNumber(readToken(), target);
     }
 
     long readLong() { return parseLongToken(readToken()); }
@@ -241,8 +289,7 @@ public:
         if (stream.fail()) throw ReadException("Vector: bad stream");
         char next;
         skipOverCommentsAndSeparators(stream, RECORD_SEPARATORS, &next);
-        tokenStart = readingPosition(stream);
-        if (next != '[' || stream.peek() == std::char_traits<char>::eof()) {
+        if (next != '[') {
             if (required) throw GeneralException("Star: no vector found");
             return;
         }
@@ -256,9 +303,9 @@ public:
             vector.setDimension(i, true);
             const char sign = next;
             if (sign == '-') stream.get();
-            QQ value = parseNumberToken(readToken());
-            if (sign == '-') QQ::negate(value, value);
-            Precision::conv(value, vector[i], false);
+            T& entry = vector[i];
+            assignNumber(readToken(), entry);
+            if (sign == '-') entry = -entry;
             skipOverCommentsAndSeparators(stream, RECORD_SEPARATORS, &next);
             if (next == ']') {
                 stream.get();
@@ -268,43 +315,19 @@ public:
     }
 
     // After a failure: the stream is cleared and stands at the start of the line behind the
-    // text that failed. If that text was the first on a line after the record's first line,
-    // the record simply ended early: reading resumes at that line, which may begin a record.
+    // record's first line. A record cut short is thus followed by whatever its next line holds,
+    // a record or not; the lines of a corrupt record that spans several are read as records of
+    // their own, and each costs at most itself.
     void resume()
     {
         stream.clear();
-        std::streambuf* buffer = stream.rdbuf();
-        if (tokenStart >= 0 && recordStart >= 0 && tokenStart > recordStart && firstOnItsLine(tokenStart)) {
-            buffer->pubseekpos(tokenStart, std::ios_base::in);
-            return;
-        }
+        if (recordStart >= 0) stream.rdbuf()->pubseekpos(recordStart, std::ios_base::in);
         stream.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
     }
 
 private:
-    // Only blanks and tabs stand between the last line feed before position and position, and
-    // that line feed lies behind the start of the record. The reading head is restored.
-    bool firstOnItsLine(std::streamoff position)
-    {
-        std::streambuf* buffer = stream.rdbuf();
-        const std::streamoff current = readingPosition(stream);
-        bool first = false;
-        for (std::streamoff at = position - 1; at > recordStart; --at) {
-            buffer->pubseekpos(at, std::ios_base::in);
-            const int character = buffer->sgetc();
-            if (character == '\n') {
-                first = true;
-                break;
-            }
-            if (character != ' ' && character != '\t' && character != '\r') break;
-        }
-        buffer->pubseekpos(current, std::ios_base::in);
-        return first;
-    }
-
     std::istream& stream;
-    std::streamoff recordStart = -1; // where the record's x begins
-    std::streamoff tokenStart = -1;  // where the text read last begins
+    std::streamoff recordStart = -1; // where the record's x begins; -1: the stream can't tell
 };
 
 // Saturating value * 10 + character - '0' of a version component: components beyond 18 digits
@@ -327,11 +350,11 @@ long long versionComponent(const std::string& text, size_t& position)
     return value;
 }
 
-// The grid on which removeStarDublettes files the records (see there). A cell is 1/1024 wide; the
-// grid is shifted by GRID_SHIFT cells, so that integers and short decimals lie far from the edges.
+// The grid on which removeStarDublettes files the records (see there): a cell is 1/1024 wide and
+// the edges are shifted by 0.318309886 of a cell, so that integers and short decimals lie far from
+// them.
 constexpr long GRID_SCALE_BITS = 10;
-constexpr long double GRID_SHIFT = 0.318309886L;
-const char* const GRID_SHIFT_TEXT = "0.318309886";
+static_assert(DUPLICATE_GRID_SCALE == 1L << GRID_SCALE_BITS);
 // A record with more components near a cell edge than this is compared with every kept record.
 constexpr size_t MAX_AMBIGUOUS_COMPONENTS = 12;
 
@@ -359,11 +382,12 @@ std::uint64_t cellHash(long long index)
 
 // Long doubles of magnitude 2^35 or more are 2^-29 or more apart, wider than the tolerance: such
 // a value (and an infinity) equals only itself and is filed under its exact value. Below 2^35
-// the cell is floor(1024 v + GRID_SHIFT); 1024 v is exact and the sum rounds by at most 2^-63 of
+// the cell is floor(1024 v + shift); 1024 v is exact and the sum rounds by at most 2^-63 of
 // itself, so a value within the tolerance of v lies within margin of it on the grid.
 GridPlace gridPlace(const long double& v)
 {
     static const long double BIG = ldexpl(1.0L, 35);
+    static const long double SHIFT = std::strtold(DUPLICATE_GRID_SHIFT, nullptr);
     static const long double TOLERANCE =
         ldexpl(Constant<long double>::EPSILON(), GRID_SCALE_BITS) * (1.0L + 1e-12L);
     GridPlace place;
@@ -380,7 +404,7 @@ GridPlace gridPlace(const long double& v)
         }
         return place;
     }
-    const long double t = ldexpl(v, GRID_SCALE_BITS) + GRID_SHIFT;
+    const long double t = ldexpl(v, GRID_SCALE_BITS) + SHIFT;
     const long double cell = floorl(t);
     const long double fraction = t - cell;
     const long double margin = TOLERANCE + ldexpl(ldexpl(fabsl(v), GRID_SCALE_BITS) + 1026.0L, -61);
@@ -410,12 +434,12 @@ std::uint64_t cellHash(const QQ& integer)
     return hash;
 }
 
-// Exact: the cell is floor(1024 v + GRID_SHIFT), and a value within 10^-9 of v lies within
+// Exact: the cell is floor(1024 v + shift), and a value within 10^-9 of v lies within
 // 1024/10^9 of it on the grid. An infinity equals only itself.
 GridPlace gridPlace(const QQ& v)
 {
     static const QQ SCALE(1L << GRID_SCALE_BITS);
-    static const QQ SHIFT(GRID_SHIFT_TEXT);
+    static const QQ SHIFT(DUPLICATE_GRID_SHIFT);
     static const QQ TOLERANCE = Constant<QQ>::EPSILON() * SCALE;
     GridPlace place;
     if (v.isInf) {

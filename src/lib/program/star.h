@@ -24,6 +24,12 @@
 
 namespace latopt {
 
+// The grid on which Star::removeStarDublettes files records: cells 1/DUPLICATE_GRID_SCALE wide,
+// the edges shifted by DUPLICATE_GRID_SHIFT of a cell (see star.cpp). Public so that tests can
+// aim at the edges.
+inline constexpr long DUPLICATE_GRID_SCALE = 1024;
+inline constexpr const char* DUPLICATE_GRID_SHIFT = "0.318309886";
+
 template <class T>
 class TimeVector : public Vector<T> {
 public:
