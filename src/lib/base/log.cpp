@@ -65,7 +65,11 @@ std::string PRINT(const std::string& text)
 
 void failure()
 {
+#ifdef LATOPT_FAILURE_THROWS
+    throw FailureUnwind();
+#else
     std::exit(1);
+#endif
 }
 
 void fatal(const std::string& message)

@@ -24,8 +24,10 @@ std::string LF();
 // Writes text and LF() on standard error; returns the empty text.
 std::string PRINT(const std::string& text);
 
-// exit(1). Never returns.
+// exit(1). Never returns. Built with LATOPT_FAILURE_THROWS (the fuzz build) it throws
+// FailureUnwind instead, so that a fuzz target can take a fatal stop as an ordinary outcome.
 [[noreturn]] void failure();
+struct FailureUnwind {};
 // The fatal form: "\n*** FAIL: " message LF() on standard error, then failure().
 [[noreturn]] void fatal(const std::string& message);
 // The warning form: "\n*** " message LF() on standard error; the run goes on.
