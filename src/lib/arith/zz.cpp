@@ -5,6 +5,7 @@
 #include "arith/zz.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <ostream>
 #include <vector>
@@ -15,12 +16,11 @@ namespace {
 
 using Limb = long long;
 using ULimb = unsigned long long;
+__extension__ typedef unsigned __int128 Wide;
 constexpr Limb BASE = ZZ::BASE;
+// Base of the division's inner loop: two limbs at once.
+constexpr ULimb WIDE = static_cast<ULimb>(BASE) * static_cast<ULimb>(BASE);
 constexpr Limb POW10[10] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000};
-
-// Column sums of the school product take up to this many limb products (each below 10^18) before
-// they are folded, so that a 64-bit accumulator never overflows.
-constexpr long COLUMN_FOLD = 16;
 
 // Limbs of x[0..n) without zero top limbs; 0 for a zero magnitude.
 inline long significant(const Limb* x, long n)
@@ -132,10 +132,44 @@ inline Limb divSmall(Limb* q, const Limb* x, long nx, Limb d)
     return static_cast<Limb>(remainder);
 }
 
+// Normalises column sums acc[0..m) (each below 2^64 - BASE) into limbs: acc[k] is split into
+// a0 + a1 BASE + a2 BASE^2 on its own, and limb k collects a0 of column k, a1 of column k-1, a2 of
+// column k-2 and a carry of at most 2, so that the chain from column to column is a few compares.
+// What goes beyond column m - 1 is added to acc[m] and, if nonzero, to acc[m + 1]; when the sums
+// are those of a complete product of m + 1 limbs, nothing goes to acc[m + 1].
+void normalizeColumns(ULimb* acc, long m)
+{
+    ULimb previousA1 = 0;
+    ULimb previousA2 = 0;
+    ULimb earlierA2 = 0;
+    ULimb carry = 0;
+    for (long k = 0; k < m; ++k) {
+        const ULimb value = acc[k];
+        const ULimb h = value / BASE;
+        const ULimb a0 = value - h * BASE;
+        const ULimb a2 = h / BASE;
+        const ULimb a1 = h - a2 * BASE;
+        const ULimb t = a0 + previousA1 + earlierA2 + carry; // below 2 BASE + 21
+        carry = static_cast<ULimb>(t >= static_cast<ULimb>(BASE)) +
+                static_cast<ULimb>(t >= 2 * static_cast<ULimb>(BASE));
+        acc[k] = t - carry * BASE;
+        earlierA2 = previousA2;
+        previousA2 = a2;
+        previousA1 = a1;
+    }
+    acc[m] += previousA1 + earlierA2 + carry;
+    if (previousA2 != 0) acc[m + 1] += previousA2;
+}
+
+// Rows of the school product are summed before they are normalised: a column takes up to this
+// many limb products (each below 10^18) in 64 bits.
+constexpr long ROWS_PER_FOLD = 16;
+
 // The school product r[0..nx+ny) = x * y, every limb written; r must not overlap x or y.
-// It sums the products column by column (each below 10^18) in 64 bits and splits a column
-// into limb and carry once, instead of normalising after every product: the same limbs, with
-// the long carry chain out of the inner loop.
+// It adds the rows y[i] * x into column sums and normalises them once at the end (every
+// ROWS_PER_FOLD rows for long operands), instead of after every limb product: the same limbs,
+// with the carry chain out of the inner loop, which the compiler can vectorise (limbs are below
+// 2^32, so 32 x 32 -> 64 bit multiplies suffice).
 void mulSchool(Limb* r, const Limb* x, long nx, const Limb* y, long ny)
 {
     if (nx < ny) {
@@ -146,29 +180,18 @@ void mulSchool(Limb* r, const Limb* x, long nx, const Limb* y, long ny)
         mulSmall(r, x, nx, y[0]);
         return;
     }
-    ULimb carry = 0;
-    const long columns = nx + ny - 1;
-    for (long k = 0; k < columns; ++k) {
-        const long first = k - ny + 1 > 0 ? k - ny + 1 : 0;
-        const long last = k < nx - 1 ? k : nx - 1;
-        ULimb accumulator = carry;
-        ULimb folded = 0;
-        long i = first;
-        while (i <= last) {
-            const long end = std::min(last, i + COLUMN_FOLD - 1);
-            const Limb* yk = y + k;
-            for (; i <= end; ++i)
-                accumulator += static_cast<ULimb>(x[i]) * static_cast<ULimb>(yk[-i]);
-            if (i <= last) {
-                folded += accumulator / BASE;
-                accumulator %= BASE;
-            }
-        }
-        const ULimb high = accumulator / BASE;
-        r[k] = static_cast<Limb>(accumulator - high * BASE);
-        carry = folded + high;
+    ULimb* acc = reinterpret_cast<ULimb*>(r);
+    const long nr = nx + ny;
+    std::fill(acc, acc + nr, 0);
+    for (long i = 0; i < ny; ++i) {
+        const ULimb factor = static_cast<std::uint32_t>(y[i]);
+        ULimb* row = acc + i;
+        for (long j = 0; j < nx; ++j)
+            row[j] += factor * static_cast<std::uint32_t>(x[j]);
+        if ((i + 1) % ROWS_PER_FOLD == 0 && i + 1 < ny)
+            normalizeColumns(acc, i + nx); // columns beyond i + nx are still zero
     }
-    r[columns] = static_cast<Limb>(carry);
+    normalizeColumns(acc, nr - 1); // columns 0..nr-2 hold products, limb nr-1 only carries
 }
 
 void mulKaratsuba(Limb* r, const Limb* x, long nx, const Limb* y, long ny, Limb* scratch);
@@ -270,6 +293,9 @@ struct Workspace {
     std::vector<Limb> u;
     std::vector<Limb> v;
     std::vector<Limb> q;
+    std::vector<Limb> wideU;
+    std::vector<Limb> wideV;
+    std::vector<Limb> wideQ;
 };
 
 Workspace& workspace()
@@ -284,62 +310,116 @@ Limb* reserved(std::vector<Limb>& buffer, long n)
     return buffer.data();
 }
 
-// Knuth's division on magnitudes, nx >= ny >= 2, y without zero top limb: q[0..nx-ny] gets the
-// quotient; u[0..ny) is left holding the remainder times d, d returned. u needs nx + 1 limbs,
-// v ny + 1.
-// Digit estimates come from the top two limbs of the running remainder against the top limb of
-// the scaled divisor, refined by the next limb; a digit still too large is corrected by adding
-// back. The digits are those of the exact quotient, so the results are exact.
-Limb divKnuth(const Limb* x, long nx, const Limb* y, long ny, Limb* q, Limb* u, Limb* v)
+// Knuth's division on magnitudes, nx >= ny >= 2, y without zero top limb. Leaves the quotient in
+// work.q (returned length) and, when wanted, the remainder in work.v[0..ny).
+// It runs on pairs of limbs, in base WIDE = 10^18: a step of the inner loop then does the work of
+// four limb steps with about half the multiplications, and the borrow chain stays short. The pairs
+// are formed after the usual scaling by d = BASE / (top limb + 1); a divisor of odd length is
+// shifted up by one limb together with the dividend, so that its top pair is full and at least
+// WIDE / 2. Neither changes the quotient; the remainder is unshifted and divided by d at the end.
+// Digit estimates come from the top two pairs of the running remainder against the top pair of the
+// divisor, refined by the next pair; a digit still too large is corrected by adding back. The digits
+// are those of the exact quotient, so the results are exact.
+long divKnuth(const Limb* x, long nx, const Limb* y, long ny, bool wantRemainder, Workspace& work)
 {
-    // 1. Scale so that the top limb of the divisor is at least BASE / 2.
+    // 1. Scale, shift to an even divisor length, and pack pairs.
     const Limb d = BASE / (y[ny - 1] + 1);
-    mulSmall(u, x, nx, d);
-    mulSmall(v, y, ny, d); // the carry is 0: the scaled divisor keeps its length
-    const ULimb vTop = static_cast<ULimb>(v[ny - 1]);
-    const ULimb vNext = static_cast<ULimb>(v[ny - 2]);
+    const long shift = ny & 1;
+    const long nu = nx + 1 + shift; // the scaled dividend with its carry limb
+    const long nv = ny + shift;     // even
+    Limb* u = reserved(work.u, nu + 2);
+    Limb* v = reserved(work.v, nv + 2);
+    u[0] = 0;
+    v[0] = 0;
+    mulSmall(u + shift, x, nx, d);
+    mulSmall(v + shift, y, ny, d); // the carry is 0: the scaled divisor keeps its length
+    u[nu] = 0;                     // pads an odd length to whole pairs
+    const long NX = (nu + 1) / 2;
+    const long NY = nv / 2;
+    Limb* U = reserved(work.wideU, NX + 1);
+    Limb* V = reserved(work.wideV, NY);
+    Limb* Q = reserved(work.wideQ, NX - NY + 1);
+    for (long k = 0; k < NX; ++k)
+        U[k] = u[2 * k] + u[2 * k + 1] * BASE;
+    U[NX] = 0;
+    for (long k = 0; k < NY; ++k)
+        V[k] = v[2 * k] + v[2 * k + 1] * BASE;
+    const ULimb vTop = static_cast<ULimb>(V[NY - 1]);
+    const ULimb vNext = NY >= 2 ? static_cast<ULimb>(V[NY - 2]) : 0;
 
     // 2. One quotient digit per step, from the top.
-    for (long j = nx - ny; j >= 0; --j) {
-        Limb* w = u + j;
-        const ULimb numerator = static_cast<ULimb>(w[ny]) * BASE + static_cast<ULimb>(w[ny - 1]);
-        ULimb digit = numerator / vTop;
-        ULimb rest = numerator - digit * vTop;
-        while (digit >= static_cast<ULimb>(BASE) ||
-               digit * vNext > rest * BASE + static_cast<ULimb>(w[ny - 2])) {
-            --digit;
-            rest += vTop;
-            if (rest >= static_cast<ULimb>(BASE)) break;
+    for (long j = NX - NY; j >= 0; --j) {
+        Limb* w = U + j;
+        const Wide numerator = static_cast<Wide>(w[NY]) * WIDE + static_cast<ULimb>(w[NY - 1]);
+        ULimb digit = static_cast<ULimb>(numerator / vTop);
+        ULimb rest = static_cast<ULimb>(numerator - static_cast<Wide>(digit) * vTop);
+        if (NY >= 2) {
+            while (digit >= WIDE || static_cast<Wide>(digit) * vNext >
+                                        static_cast<Wide>(rest) * WIDE + static_cast<ULimb>(w[NY - 2])) {
+                --digit;
+                rest += vTop;
+                if (rest >= WIDE) break;
+            }
         }
-        // No digit exceeds BASE - 1; a clamped estimate is still not below the true digit.
-        if (digit >= static_cast<ULimb>(BASE)) digit = BASE - 1;
-        // 3. w = w - digit * v; the products are split apart from the borrow chain.
+        // No digit exceeds WIDE - 1; a clamped estimate is still not below the true digit.
+        if (digit >= WIDE) digit = WIDE - 1;
+
+        // 3. w = w - digit * V. Each pair product is formed from the four limb products and split
+        //    into high and low pair, apart from the borrow chain, which carries only 0, 1 or 2.
+        const ULimb digitHigh = digit / BASE;
+        const ULimb digitLow = digit - digitHigh * BASE;
+        ULimb previousHigh = 0;
         Limb borrow = 0;
-        for (long i = 0; i < ny; ++i) {
-            const ULimb product = digit * static_cast<ULimb>(v[i]);
-            const Limb high = static_cast<Limb>(product / BASE);
-            const Limb low = static_cast<Limb>(product) - high * BASE;
-            Limb difference = w[i] - low - borrow; // above -2 BASE
-            const Limb k = static_cast<Limb>(difference < 0) + static_cast<Limb>(difference < -BASE);
-            w[i] = difference + k * BASE;
-            borrow = high + k;
+        for (long i = 0; i < NY; ++i) {
+            const ULimb low9 = static_cast<ULimb>(v[2 * i]);
+            const ULimb high9 = static_cast<ULimb>(v[2 * i + 1]);
+            const ULimb c0 = digitLow * low9;
+            const ULimb c1 = digitHigh * low9 + digitLow * high9;
+            const ULimb c2 = digitHigh * high9;
+            const ULimb t = c0 / BASE + c1;
+            const ULimb h1 = t / BASE;
+            const ULimb high = h1 + c2;
+            // c0 + c1 BASE - h1 WIDE is below WIDE, so arithmetic modulo 2^64 gives it exactly.
+            const ULimb low = c0 + c1 * static_cast<ULimb>(BASE) - h1 * WIDE;
+            const Limb difference =
+                w[i] - static_cast<Limb>(low) - static_cast<Limb>(previousHigh) - borrow; // >= -2 WIDE
+            const Limb k =
+                static_cast<Limb>(difference < 0) + static_cast<Limb>(difference < -static_cast<Limb>(WIDE));
+            w[i] = difference + k * static_cast<Limb>(WIDE);
+            borrow = k;
+            previousHigh = high;
         }
-        Limb top = w[ny] - borrow;
-        // 4. While the remainder is negative the digit was too large: add v back.
+        Limb top = w[NY] - static_cast<Limb>(previousHigh) - borrow;
+
+        // 4. While the remainder is negative the digit was too large: add V back.
         while (top < 0) {
             --digit;
             Limb carry = 0;
-            for (long i = 0; i < ny; ++i) {
-                const Limb sum = w[i] + v[i] + carry;
-                carry = sum >= BASE;
-                w[i] = sum - carry * BASE;
+            for (long i = 0; i < NY; ++i) {
+                const Limb sum = w[i] + V[i] + carry;
+                carry = sum >= static_cast<Limb>(WIDE);
+                w[i] = sum - carry * static_cast<Limb>(WIDE);
             }
             top += carry;
         }
-        w[ny] = top;
-        q[j] = static_cast<Limb>(digit);
+        w[NY] = top;
+        Q[j] = static_cast<Limb>(digit);
     }
-    return d;
+
+    // 5. Unpack the quotient and, when wanted, the remainder: unshift and divide by d.
+    Limb* q = reserved(work.q, 2 * (NX - NY + 1));
+    for (long k = 0; k <= NX - NY; ++k) {
+        q[2 * k + 1] = Q[k] / BASE;
+        q[2 * k] = Q[k] - q[2 * k + 1] * BASE;
+    }
+    if (wantRemainder) {
+        for (long k = 0; k < NY; ++k) {
+            u[2 * k + 1] = U[k] / BASE;
+            u[2 * k] = U[k] - u[2 * k + 1] * BASE;
+        }
+        divSmall(v, u + shift, ny, d);
+    }
+    return 2 * (NX - NY + 1);
 }
 
 } // namespace
@@ -694,15 +774,10 @@ void ZZ::div(ZZ const& a, ZZ const& b, ZZ& q, ZZ& r)
         return;
     }
 
-    // 5. Knuth's division; the remainder is the scaled one divided by the scale.
-    Limb* u = reserved(work.u, na + 1);
-    Limb* v = reserved(work.v, nb + 1);
-    const Limb d = divKnuth(a.data + 1, na, b.data + 1, nb, quotient, u, v);
-    ZZKernel::assign(q, quotient, na - nb + 1, quotientPositive);
-    if (!quotientOnly) {
-        divSmall(u, u, nb, d);
-        ZZKernel::assign(r, u, nb, remainderPositive);
-    }
+    // 5. Knuth's division.
+    const long length = divKnuth(a.data + 1, na, b.data + 1, nb, !quotientOnly, work);
+    ZZKernel::assign(q, work.q.data(), length, quotientPositive);
+    if (!quotientOnly) ZZKernel::assign(r, work.v.data(), nb, remainderPositive);
 }
 
 void ZZ::pow(ZZ const& base, ZZ const& exponent, ZZ& c)
