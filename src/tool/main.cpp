@@ -3,6 +3,7 @@
 #include "base/file.h"
 #include "base/log.h"
 #include "base/string.h"
+#include "ylattice.h"
 
 #include <cstdlib>
 #include <iostream>
@@ -33,7 +34,26 @@ int main(int argc, char** argv)
     // Exactly one argument, a name ending in ".sol" (".sol" alone included).
     if (argc != 2) usage(argv[0]);
     if (!String(argv[1]).endsWith(".sol")) usage(argv[0]);
-    // The run itself (program, records, check, report) is not wired in yet: an accepted
-    // argument ends here.
+
+    // The standard, the backup and the extra lattice, built in that order on this stack.
+    YLattice<long double> run;
+    run.setFileNames(argv[1]);
+    run.readOptFile();
+    // Stored records are always parsed exactly first.
+    run.switchToXtraLatPrecision();
+    run.readStarsFromSolFile(false);
+    try {
+        run.switchToStandardLatPrecision();
+    } catch (const PrecisionException&) {
+        // The records can't come down faithfully: the run goes on in extra precision.
+    }
+    run.checkStars();
+    // Records with equal x but other parameters stay apart in the file ...
+    run.sortStars(true);
+    run.setPendingSolutionWrite(true);
+    run.writeSolFile(true);
+    // ... and merge in the report, which shows each solution once.
+    run.sortStars(false);
+    std::cout << run.outputOptStarSolutions() << LF();
     return 0;
 }
