@@ -148,6 +148,19 @@ TYPED_TEST(VectorArithmetic, MakeOneResizesOnlyWhenAsked)
     EXPECT_TRUE(same(v, Vector<T>("[ 1 1 1 ]")));
 }
 
+TEST(VectorSum, IsACopyOfTheLeftOperand)
+{
+    Vector<QQ> left("[ 1 2 ]");
+    left.separators = ";";
+    left.allowComments = false;
+    const Vector<QQ> right("[ 1/2 1/3 ]");
+    for (const Vector<QQ>& result : {left + right, left - right}) {
+        EXPECT_EQ(result.separators, ";");
+        EXPECT_FALSE(result.allowComments);
+    }
+    EXPECT_EQ((left - right).toString(), "[ 1/2 1:2/3 ]");
+}
+
 TEST(VectorLeadingIndex, ExactUnlessTruncating)
 {
     EXPECT_EQ(Vector<QQ>("[ 0 0 3 4 ]").leadingIndex(), 3);

@@ -286,12 +286,8 @@ Matrix<T>& Matrix<T>::operator*=(const Matrix& b)
     if (colCount != b.rowCount) fatal("Matrix: dimension mismatch3");
     Matrix product = *this * b;
     // The product's rows move in; this matrix keeps its separators and conversion flags.
-    const bool keepThrowOnLoss = this->throwOnLoss;
-    const bool keepAllowPostCommaLoss = this->allowPostCommaLoss;
     Array<Vector<T>>::operator=(std::move(product));
     colCount = product.colCount;
-    this->throwOnLoss = keepThrowOnLoss;
-    this->allowPostCommaLoss = keepAllowPostCommaLoss;
     return *this;
 }
 

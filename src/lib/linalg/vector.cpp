@@ -118,19 +118,18 @@ Vector<T>& Vector<T>::operator/=(const Vector& v)
     return *this;
 }
 
-// The binary operators compute into a fresh vector instead of copying the left operand first:
-// the same values as copy-then-in-place, one pass less.
+// The binary operators copy the left operand, separators and flags included, and work on the
+// copy in place.
 template <class T>
 Vector<T> Vector<T>::operator+(const Vector& v) const
 {
     if (this->MN != v.MN) fatal("Vector: dimension mismatch5");
-    Vector result;
-    result.setDimension(this->MN, false);
+    Vector result(*this);
+    kernel::Scratch<T> scratch;
     T* r = result.data;
-    const T* a = this->data;
     const T* b = v.data;
     for (long i = 1; i <= this->MN; ++i)
-        kernel::add(r[i], a[i], b[i]);
+        kernel::addTo(r[i], b[i], scratch);
     return result;
 }
 
@@ -138,13 +137,12 @@ template <class T>
 Vector<T> Vector<T>::operator-(const Vector& v) const
 {
     if (this->MN != v.MN) fatal("Vector: dimension mismatch6");
-    Vector result;
-    result.setDimension(this->MN, false);
+    Vector result(*this);
+    kernel::Scratch<T> scratch;
     T* r = result.data;
-    const T* a = this->data;
     const T* b = v.data;
     for (long i = 1; i <= this->MN; ++i)
-        kernel::sub(r[i], a[i], b[i]);
+        kernel::subFrom(r[i], b[i], scratch);
     return result;
 }
 
