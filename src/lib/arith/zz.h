@@ -33,10 +33,10 @@ public:
     bool isPositive = true; // true for values >= 0
 
     ZZ();             // zero
-    ZZ(int const& x); // NOLINT: implicit, so that int literals mix with ZZ
+    ZZ(int const& x); // implicit, so that int literals mix with ZZ
     template <std::signed_integral T>
     requires(!std::same_as<T, int>)
-        ZZ(T const& x) // NOLINT: any other signed integer, through operator=(long long const&)
+        ZZ(T const& x) // any other signed integer, through operator=(long long const&)
     {
         *this = static_cast<long long>(x);
     }
