@@ -95,21 +95,21 @@ public:
     Vorm<R1> unprepared;                         // the program as the file states it
     R1 R;                                        // common bound of the scaled components; 0
     Vector<R1> c;                                // column scale factors, dimN long
-    Vector<R1> l;                                // bounds of the lattice coordinates, dimN long,
-    Vector<R1> lTrimmed;                         // plain and trimmed
-    Vector<R1> r;                                //
-    Vector<R1> rTrimmed;                         //
-    R1 maxUnscaledLatVecSquaredEuclideanNorm;    // 0
-    bool boundsSymmetric = false;                //
+    Vector<R1> l;                                // lower bounds of the lattice coordinates, dimN long
+    Vector<R1> lTrimmed;                         // the same after scaling and translation
+    Vector<R1> r;                                // upper bounds of the lattice coordinates
+    Vector<R1> rTrimmed;                         // the same after scaling and translation
+    R1 maxUnscaledLatVecSquaredEuclideanNorm;    // bound on the squared length of lattice vectors; 0
+    bool boundsSymmetric = false;                // l = -r
     long lllStepBudget = 100;                    // steps of the reduction between checks
     short checkVectorsState = 0;                 // state of the candidate check
     // containment and coords join here.
     Array<short> rowState;                    // one state word per row
     ConversionArray<Matrix<R2>> gsStages;     // work array P of the reduced LQ factorisation
-    Vector<R2> gsDiag;                        //
-    Matrix<R2> gsLower;                       //
+    Vector<R2> gsDiag;                        // diagonal of the reduced factorisation
+    Matrix<R2> gsLower;                       // its lower triangle
     ConversionArray<Matrix<R2>> gsFullStages; // work array P of the full LQ factorisation
-    Matrix<R2> gsLowerFull;                   //
+    Matrix<R2> gsLowerFull;                   // the lower triangle of the full factorisation
     Vector<R1> rowValues;                     // one value per row, for the search drivers
     R2 stageValue;                            // a value of the search drivers; kept and copied
     ConversionArray<Stage<R1, R2>> stages;    // dimB + 1 entries: enumeration state of each row
