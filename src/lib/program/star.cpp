@@ -420,42 +420,67 @@ GridPlace gridPlace(const long double& v)
     return place;
 }
 
-// An integral QQ: its sign and the limbs of its magnitude from the highest nonzero one down.
-std::uint64_t cellHash(const QQ& integer)
+// The cell 1024 n + c of an exact value, 0 <= c < 1024: the sign and the limbs of n from the
+// highest nonzero one down, then c.
+std::uint64_t cellHash(const ZZ& n, long c)
 {
-    const ZZ& magnitude = integer.ganze;
-    const long long* limbs = magnitude.limbs();
-    long top = magnitude.MN;
+    const long long* limbs = n.limbs();
+    long top = n.MN;
     while (top >= 1 && limbs[top] == 0)
         --top;
-    std::uint64_t hash = top == 0 || integer.isPositive ? 0x2bULL : 0x2dULL;
+    std::uint64_t hash = top == 0 || n.isPositive ? 0x2bULL : 0x2dULL;
     for (long i = top; i >= 1; --i)
         hash = mixHash(hash ^ static_cast<std::uint64_t>(limbs[i]));
-    return hash;
+    return mixHash(hash ^ mixHash(static_cast<std::uint64_t>(c)));
 }
 
-// Exact: the cell is floor(1024 v + shift), and a value within 10^-9 of v lies within
-// 1024/10^9 of it on the grid. An infinity equals only itself.
+// Exact, in integers: with v = n + f, n = floor(v) and 0 <= f < 1, the cell floor(1024 v + shift)
+// is 1024 n + c with c = floor(1024 f + shift), and a value within 10^-9 of v lies within
+// 1024/10^9 of 1024 v + shift. An integer has f = 0, and its place on the grid is the shift
+// itself, far from both edges. An infinity equals only itself.
 GridPlace gridPlace(const QQ& v)
 {
-    static const QQ SCALE(1L << GRID_SCALE_BITS);
     static const QQ SHIFT(DUPLICATE_GRID_SHIFT);
-    static const QQ TOLERANCE = Constant<QQ>::EPSILON() * SCALE;
+    static const ZZ SCALE(DUPLICATE_GRID_SCALE);
+    static const ZZ TOLERANCE_DENOMINATOR = Constant<QQ>::EPSILON().nenner; // EPSILON is 1/10^9
     GridPlace place;
     if (v.isInf) {
         place.cell = v.isPositive ? 0x696e66ULL : 0x2d696e66ULL;
         return place;
     }
-    const QQ t = v * SCALE + SHIFT;
-    const QQ cell = floor(t);
-    const QQ fraction = t - cell;
-    place.cell = cellHash(cell);
-    if (fraction <= TOLERANCE) {
+    // 1. n and f = p / d.
+    ZZ n = v.signedInteger();
+    if (v.zaehler.isZero()) {
+        place.cell = cellHash(n, 0);
+        return place;
+    }
+    const ZZ& d = v.nenner;
+    ZZ p = v.zaehler;
+    if (!v.isPositive) {
+        n -= Constant<ZZ>::ONE();
+        p = d - v.zaehler;
+    }
+    // 2. 1024 f + shift = a / b: c = a div b in 0..1024, and r / b its fraction.
+    const ZZ a = SCALE * p * SHIFT.nenner + SHIFT.zaehler * d;
+    const ZZ b = d * SHIFT.nenner;
+    ZZ quotient, r;
+    ZZ::div(a, b, quotient, r);
+    long c = quotient.MN >= 1 ? static_cast<long>(quotient.limbs()[1]) : 0;
+    if (c == DUPLICATE_GRID_SCALE) {
+        n += Constant<ZZ>::ONE();
+        c = 0;
+    }
+    place.cell = cellHash(n, c);
+    // 3. Near an edge: the fraction r / b, or its distance to 1, is at most 1024 / 10^9.
+    const ZZ bound = SCALE * b;
+    if (r * TOLERANCE_DENOMINATOR <= bound) {
         place.nearEdge = true;
-        place.neighbour = cellHash(cell - Constant<QQ>::ONE());
-    } else if (Constant<QQ>::ONE() - fraction <= TOLERANCE) {
+        place.neighbour =
+            c > 0 ? cellHash(n, c - 1) : cellHash(n - Constant<ZZ>::ONE(), DUPLICATE_GRID_SCALE - 1);
+    } else if ((b - r) * TOLERANCE_DENOMINATOR <= bound) {
         place.nearEdge = true;
-        place.neighbour = cellHash(cell + Constant<QQ>::ONE());
+        place.neighbour =
+            c < DUPLICATE_GRID_SCALE - 1 ? cellHash(n, c + 1) : cellHash(n + Constant<ZZ>::ONE(), 0);
     }
     return place;
 }
