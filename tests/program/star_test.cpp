@@ -152,10 +152,16 @@ TEST(StarAssign, LossThrowsWhenTheTargetAsksForFaithfulValues)
     Star<long double> standard;
     EXPECT_NO_THROW(standard._assign(third)); // rounded silently by default
     EXPECT_NEAR(static_cast<double>(standard.targetNorm), 1.0 / 3.0, 1e-15);
+    // The figures round whatever the flags say; the vector must arrive faithfully.
     standard.throwOnLoss = true;
-    EXPECT_THROW(standard._assign(third), PrecisionException);
+    EXPECT_NO_THROW(standard._assign(third));
     const Star<QQ> xThird = makeStar<QQ>("[ 1/3 ]", "[ ]", QQ(0L), QQ(0L), -1, "", "");
     EXPECT_THROW(standard._assign(xThird), PrecisionException);
+    // Without the flag a value must still come back within 10^-9: 1/3 does, 10^21 + 1 doesn't.
+    standard.throwOnLoss = false;
+    EXPECT_NO_THROW(standard._assign(xThird));
+    const Star<QQ> huge = makeStar<QQ>("[ 1000000000000000000001 ]", "[ ]", QQ(0L), QQ(0L), -1, "", "");
+    EXPECT_THROW(standard._assign(huge), PrecisionException);
 }
 
 TEST(StarText, LineFormOfBothNumberTypes)

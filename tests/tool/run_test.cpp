@@ -198,8 +198,8 @@ TEST_F(ToolRunOn, ValuesBeyondTenToTheEighteenAreJudgedExactly)
 {
     useProgram("huge.opt");
     // x1 - x2 = 1 holds for the first record only; in long double both differences vanish.
-    write("prog.sol", "[ 1000000000000000000002 1000000000000000000000 ] | 0 | [ 0 ] | 0 | 5 | --beta=20\n"
-                      "[ 1000000000000000000001 1000000000000000000000 ] | 0 | [ 0 ] | 0 | 5 | --beta=20\n");
+    write("prog.sol", "[ 1000000000000000000001 1000000000000000000000 ] | 0 | [ 0 ] | 0 | 5 | --beta=20\n"
+                      "[ 1000000000000000000002 1000000000000000000000 ] | 0 | [ 0 ] | 0 | 5 | --beta=20\n");
     const ToolRun result = run();
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");

@@ -21,6 +21,7 @@
 #include <limits>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -511,7 +512,10 @@ template <class U>
 TimeVector<T>& TimeVector<T>::_assign(const TimeVector<U>& other)
 {
     if (static_cast<const void*>(&other) == static_cast<const void*>(this)) return *this;
-    Precision::conv(static_cast<const Vector<U>&>(other), static_cast<Vector<T>&>(*this), false);
+    // The vector itself is what a verdict is about: on the way down to long double it must arrive
+    // within 10^-9 or the copy fails with PrecisionException, and the caller stays exact.
+    constexpr bool comingDown = std::is_same_v<U, QQ> && !std::is_same_v<T, QQ>;
+    Precision::conv(static_cast<const Vector<U>&>(other), static_cast<Vector<T>&>(*this), comingDown);
     secondsUntilDiscovered = other.secondsUntilDiscovered;
     isNew = other.isNew;
     return *this;
@@ -567,9 +571,10 @@ Star<T>& Star<T>::_assign(const Star<U>& other)
 {
     if (static_cast<const void*>(&other) == static_cast<const void*>(this)) return *this;
     TimeVector<T>::_assign(static_cast<const TimeVector<U>&>(other));
+    // The figures are for the reader and are recomputed where they count: they round, never throw.
     Precision::conv(other.targetValues, targetValues, false);
-    Precision::conv(other.slackNorm, slackNorm, this->throwOnLoss, this->allowPostCommaLoss);
-    Precision::conv(other.targetNorm, targetNorm, this->throwOnLoss, this->allowPostCommaLoss);
+    Precision::conv(other.slackNorm, slackNorm, false);
+    Precision::conv(other.targetNorm, targetNorm, false);
     params = other.params;
     version = other.version;
     return *this;

@@ -126,29 +126,28 @@ template <class U>
 Vorm<T>& Vorm<T>::_assign(const Vorm<U>& other)
 {
     if (static_cast<const void*>(&other) == static_cast<const void*>(this)) return *this;
-    // Bounds on the target sum decide which solutions count as better: on the way down to long
-    // double they must arrive exactly, or the copy fails and the run stays exact. Upward nothing
-    // can be lost that matters, and a copy up must never fail.
+    // Upward nothing can be lost that matters, and a copy up must never fail.
     constexpr bool faithful = std::is_same_v<U, QQ> && !std::is_same_v<T, QQ>;
     optFile = other.optFile;
     solFile = other.solFile;
-    // Vectors and matrices: the copy within a number type, the templated assignment (element by
-    // element through Precision::conv, with this object's conversion flags) across.
-    dt = other.dt;
-    kt = other.kt;
+    // The data of the program decide every verdict: on the way down each value must come back
+    // within 10^-9 (a 25-digit integer does not), or the copy throws PrecisionException and the
+    // caller stays exact. Within one number type these are plain copies.
+    Precision::conv(other.dt, dt, faithful);
+    Precision::conv(other.kt, kt, faithful);
     Precision::conv(other.ltu, ltu, faithful);
     Precision::conv(other.rtu, rtu, faithful);
-    At = other.At;
+    Precision::conv(other.At, At, faithful);
     tu = other.tu;
-    atu = other.atu;
-    bg = other.bg;
-    lu = other.lu;
-    ru = other.ru;
-    Ag = other.Ag;
-    Au = other.Au;
-    dx = other.dx;
-    lx = other.lx;
-    rx = other.rx;
+    Precision::conv(other.atu, atu, faithful);
+    Precision::conv(other.bg, bg, faithful);
+    Precision::conv(other.lu, lu, faithful);
+    Precision::conv(other.ru, ru, faithful);
+    Precision::conv(other.Ag, Ag, faithful);
+    Precision::conv(other.Au, Au, faithful);
+    Precision::conv(other.dx, dx, faithful);
+    Precision::conv(other.lx, lx, faithful);
+    Precision::conv(other.rx, rx, faithful);
     freedomDegrees = other.freedomDegrees;
     stars._assign(other.stars);
     constantVariables._assign(other.constantVariables);
