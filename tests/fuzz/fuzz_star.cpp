@@ -8,6 +8,7 @@
 
 #include "arith/qq.h"
 #include "base/array.h"
+#include "base/exceptions.h"
 #include "program/star.h"
 
 #include <cstddef>
@@ -88,9 +89,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     checkDuplicateRemoval(records, true);
     checkDuplicateRemoval(records, false);
+    // A copy down may refuse a value that long double can't hold; the run then stays exact.
     for (const Star<QQ>& record : records) {
         Star<long double> standard;
-        standard._assign(record);
+        try {
+            standard._assign(record);
+        } catch (const latopt::PrecisionException&) {
+            continue;
+        }
         (void)standard.toString();
     }
     return 0;
