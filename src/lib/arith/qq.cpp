@@ -899,8 +899,9 @@ QQ Math::kgv(const QQ& a, const QQ& b)
 
 bool Precision::equalsZero(QQ const& x, bool useEpsilon)
 {
+    static const QQ zero = Constant<QQ>::ZERO();
     if (useEpsilon) return Math::equalsEpsilonZero(x);
-    return QQ::compare(x, Constant<QQ>::ZERO()) == 0;
+    return QQ::compare(x, zero) == 0;
 }
 
 } // namespace latopt

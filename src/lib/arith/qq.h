@@ -34,7 +34,7 @@ public:
     // WORD_PATH_LIMBS limbs. Their results are the normal form, equal field by field to those of the
     // limb algorithms; the switch exists so that tests can compare the two. Initially true.
     static bool enableFastPaths;
-    static constexpr long WORD_PATH_LIMBS = 8;
+    static constexpr long WORD_PATH_LIMBS = 16; // 144 digits
 
     bool isInf = false;     // an infinity: ganze 1, zaehler 0, nenner 1
     bool isPositive = true; // sign of the whole number; true for zero

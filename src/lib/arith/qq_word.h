@@ -3,8 +3,8 @@
 // a ZZ, add, sub, mul, division with remainder (Knuth's algorithm D) and the greatest common divisor.
 // Internal to QQ; no other unit includes it.
 // A Natural holds up to CAPACITY words, least significant first, without zero top words (zero has
-// none). Callers keep sizes within the capacity: QQ admits fields of at most 8 decimal limbs (below
-// 2^240, four words), so that no intermediate of its formulas exceeds 17 words.
+// none). Callers keep sizes within the capacity: QQ admits fields of at most 16 decimal limbs (below
+// 10^144 < 2^479, eight words), so that no intermediate of its formulas exceeds 31 words.
 // Results may alias operands except where a function says otherwise.
 #pragma once
 
@@ -19,7 +19,7 @@ using u64 = std::uint64_t;
 __extension__ typedef unsigned __int128 u128;
 
 struct Natural {
-    static constexpr int CAPACITY = 18;
+    static constexpr int CAPACITY = 32;
     int n = 0;       // words in use
     u64 w[CAPACITY]; // w[0] least significant; words from n upward are undefined
 
