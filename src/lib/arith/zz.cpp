@@ -5,7 +5,6 @@
 #include "arith/zz.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <cstring>
 #include <ostream>
 #include <vector>
@@ -132,33 +131,17 @@ inline Limb divSmall(Limb* q, const Limb* x, long nx, Limb d)
     return static_cast<Limb>(remainder);
 }
 
-// Normalises column sums acc[0..m) (each below 2^64 - BASE) into limbs: acc[k] is split into
-// a0 + a1 BASE + a2 BASE^2 on its own, and limb k collects a0 of column k, a1 of column k-1, a2 of
-// column k-2 and a carry of at most 2, so that the chain from column to column is a few compares.
-// What goes beyond column m - 1 is added to acc[m] and, if nonzero, to acc[m + 1]; when the sums
-// are those of a complete product of m + 1 limbs, nothing goes to acc[m + 1].
+// Normalises column sums acc[0..m) (each below 2^64 - 2^35) into limbs, carrying upward; the
+// last carry is added to acc[m].
 void normalizeColumns(ULimb* acc, long m)
 {
-    ULimb previousA1 = 0;
-    ULimb previousA2 = 0;
-    ULimb earlierA2 = 0;
     ULimb carry = 0;
     for (long k = 0; k < m; ++k) {
-        const ULimb value = acc[k];
-        const ULimb h = value / BASE;
-        const ULimb a0 = value - h * BASE;
-        const ULimb a2 = h / BASE;
-        const ULimb a1 = h - a2 * BASE;
-        const ULimb t = a0 + previousA1 + earlierA2 + carry; // below 2 BASE + 21
-        carry = static_cast<ULimb>(t >= static_cast<ULimb>(BASE)) +
-                static_cast<ULimb>(t >= 2 * static_cast<ULimb>(BASE));
+        const ULimb t = acc[k] + carry;
+        carry = t / BASE;
         acc[k] = t - carry * BASE;
-        earlierA2 = previousA2;
-        previousA2 = a2;
-        previousA1 = a1;
     }
-    acc[m] += previousA1 + earlierA2 + carry;
-    if (previousA2 != 0) acc[m + 1] += previousA2;
+    acc[m] += carry;
 }
 
 // Rows of the school product are summed before they are normalised: a column takes up to this
@@ -167,9 +150,8 @@ constexpr long ROWS_PER_FOLD = 16;
 
 // The school product r[0..nx+ny) = x * y, every limb written; r must not overlap x or y.
 // It adds the rows y[i] * x into column sums and normalises them once at the end (every
-// ROWS_PER_FOLD rows for long operands), instead of after every limb product: the same limbs,
-// with the carry chain out of the inner loop, which the compiler can vectorise (limbs are below
-// 2^32, so 32 x 32 -> 64 bit multiplies suffice).
+// ROWS_PER_FOLD rows for long operands), instead of after every limb product: the same limbs, with
+// the carry chain out of the inner loop.
 void mulSchool(Limb* r, const Limb* x, long nx, const Limb* y, long ny)
 {
     if (nx < ny) {
@@ -184,14 +166,14 @@ void mulSchool(Limb* r, const Limb* x, long nx, const Limb* y, long ny)
     const long nr = nx + ny;
     std::fill(acc, acc + nr, 0);
     for (long i = 0; i < ny; ++i) {
-        const ULimb factor = static_cast<std::uint32_t>(y[i]);
+        const ULimb factor = static_cast<ULimb>(y[i]);
         ULimb* row = acc + i;
         for (long j = 0; j < nx; ++j)
-            row[j] += factor * static_cast<std::uint32_t>(x[j]);
+            row[j] += factor * static_cast<ULimb>(x[j]);
         if ((i + 1) % ROWS_PER_FOLD == 0 && i + 1 < ny)
             normalizeColumns(acc, i + nx); // columns beyond i + nx are still zero
     }
-    normalizeColumns(acc, nr - 1); // columns 0..nr-2 hold products, limb nr-1 only carries
+    normalizeColumns(acc, nr - 1); // columns 0..nr-2 hold products, limb nr-1 only the carry
 }
 
 void mulKaratsuba(Limb* r, const Limb* x, long nx, const Limb* y, long ny, Limb* scratch);
