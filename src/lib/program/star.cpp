@@ -491,6 +491,33 @@ std::uint64_t componentHash(long index, std::uint64_t cell)
     return mixHash(cell ^ mixHash(static_cast<std::uint64_t>(index)));
 }
 
+// The texts of two vectors (Serializable::toString) compared as strings, without writing them
+// whole: both begin with "[ " and go on with each entry followed by a blank, then "]". An entry's
+// text holds no blank, so the first entry whose text with its blank differs (or the "]" of the
+// shorter vector) decides as the whole texts would, and the entries behind it are never written.
+template <class T>
+int compareVectorTexts(const Vector<T>& a, const Vector<T>& b)
+{
+    std::ostringstream left, right;
+    DBL_OSTREAM_PREC(left);
+    DBL_OSTREAM_PREC(right);
+    for (long i = 1;; ++i) {
+        left.str("");
+        right.str("");
+        if (i <= a.MN)
+            left << a.data[i] << ' ';
+        else
+            left << ']';
+        if (i <= b.MN)
+            right << b.data[i] << ' ';
+        else
+            right << ']';
+        const int order = left.str().compare(right.str());
+        if (order != 0) return order;
+        if (i > a.MN) return 0;
+    }
+}
+
 } // namespace
 
 // TimeVector
@@ -656,7 +683,7 @@ bool Star<T>::operator<(const Star& other) const
     if (versionOrder > 0) return true;
     if (versionOrder < 0) return false;
     // 5. A lower text of x decides; 6. otherwise, a higher text included, the params decide.
-    if (Serializable::toString() < other.Serializable::toString()) return true;
+    if (compareVectorTexts(*this, other) < 0) return true;
     return params < other.params;
 }
 
