@@ -436,6 +436,31 @@ TEST(ZzDiv, DivisorsThatForceDigitCorrections)
     }
 }
 
+TEST(ZzDiv, QuotientAndRemainderAtTheEdgesComeBack)
+{
+    // a = q b + r with chosen q and r, so that the expected results are known independently;
+    // many of these have a and b of the same length (a one-limb quotient).
+    RandomZZ random(testSeed() + 10);
+    SCOPED_TRACE(seedTrace(testSeed() + 10));
+    for (long round = 0; round < rounds(300); ++round) {
+        ZZ b = random.limbs(random.between(3, 12));
+        b.isPositive = true;
+        const ZZ quotients[] = {ZZ(1), ZZ(2), ZZ(ZZ::BASE - 1), random.limbs(1),
+                                random.limbs(random.between(1, 4))};
+        for (ZZ quotient : quotients) {
+            quotient.isPositive = true;
+            for (const ZZ& remainder : {ZZ(0), ZZ(1), b - ZZ(1), b / ZZ(2)}) {
+                const ZZ a = quotient * b + remainder;
+                ZZ q;
+                ZZ r;
+                ZZ::div(a, b, q, r);
+                EXPECT_EQ(q, quotient);
+                EXPECT_EQ(r, remainder);
+            }
+        }
+    }
+}
+
 TEST(ZzMul, KaratsubaEqualsSchoolOnBothSidesOfTheThreshold)
 {
     RandomZZ random(testSeed() + 4);

@@ -292,6 +292,49 @@ Limb* reserved(std::vector<Limb>& buffer, long n)
     return buffer.data();
 }
 
+// Division of magnitudes of the same length n >= 3, x >= y (Euclid's common case): the quotient
+// is a single limb. It is estimated from the top three limbs of each, which fixes it up to a unit
+// or two, and r[0..n) = x - q y is formed in one pass; the corrections below make q and r exact.
+Limb divSameLength(const Limb* x, const Limb* y, long n, Limb* r)
+{
+    // 1. Estimate; the lower limbs change the ratio by less than 10^-18 relative.
+    const long double top =
+        (static_cast<long double>(x[n - 1]) * BASE + static_cast<long double>(x[n - 2])) * BASE + x[n - 3];
+    const long double bottom =
+        (static_cast<long double>(y[n - 1]) * BASE + static_cast<long double>(y[n - 2])) * BASE + y[n - 3];
+    Limb q = static_cast<Limb>(top / bottom);
+    q = std::clamp<Limb>(q, 0, BASE - 1);
+
+    // 2. r = x - q y with a borrow chain; what is still owed above limb n - 1 is `borrow`.
+    Limb borrow = 0;
+    for (long i = 0; i < n; ++i) {
+        const ULimb product = static_cast<ULimb>(q) * static_cast<ULimb>(y[i]);
+        const Limb high = static_cast<Limb>(product / BASE);
+        const Limb low = static_cast<Limb>(product) - high * BASE;
+        const Limb difference = x[i] - low - borrow; // above -2 BASE
+        const Limb k = static_cast<Limb>(difference < 0) + static_cast<Limb>(difference < -BASE);
+        r[i] = difference + k * BASE;
+        borrow = high + k;
+    }
+
+    // 3. A negative r: q was too large, add y back. r >= y: q was too small, take y off.
+    while (borrow > 0) {
+        --q;
+        Limb carry = 0;
+        for (long i = 0; i < n; ++i) {
+            const Limb sum = r[i] + y[i] + carry;
+            carry = sum >= BASE;
+            r[i] = sum - carry * BASE;
+        }
+        borrow -= carry;
+    }
+    while (compareMagnitude(r, significant(r, n), y, n) >= 0) {
+        ++q;
+        subMagnitude(r, r, n, y, n);
+    }
+    return q;
+}
+
 // Knuth's division on magnitudes, nx >= ny >= 2, y without zero top limb. Leaves the quotient in
 // work.q (returned length) and, when wanted, the remainder in work.v[0..ny).
 // It runs on pairs of limbs, in base WIDE = 10^18: a step of the inner loop then does the work of
@@ -756,7 +799,16 @@ void ZZ::div(ZZ const& a, ZZ const& b, ZZ& q, ZZ& r)
         return;
     }
 
-    // 5. Knuth's division.
+    // 5. Equal lengths: a one-limb quotient.
+    if (na == nb) {
+        Limb* remainder = reserved(work.v, nb);
+        const Limb digit = divSameLength(a.data + 1, b.data + 1, nb, remainder);
+        ZZKernel::setUnsigned(q, static_cast<ULimb>(digit), quotientPositive);
+        if (!quotientOnly) ZZKernel::assign(r, remainder, nb, remainderPositive);
+        return;
+    }
+
+    // 6. Knuth's division.
     const long length = divKnuth(a.data + 1, na, b.data + 1, nb, !quotientOnly, work);
     ZZKernel::assign(q, work.q.data(), length, quotientPositive);
     if (!quotientOnly) ZZKernel::assign(r, work.v.data(), nb, remainderPositive);
