@@ -1,6 +1,7 @@
-# Two entry points that do all the set-up on a fresh machine:
+# Entry points that do all the set-up on a fresh machine:
 #   make run   builds in Release and runs the tool on a copy of the example
 #   make test  builds and runs every test
+#   make bench-tool  times whole runs of the tool on large generated solution files (Release)
 BUILD      ?= build
 BUILD_TYPE ?= Release
 GENERATOR  := Ninja
@@ -9,7 +10,7 @@ WERROR     := $(if $(CI),ON,OFF)
 CMAKE_ARGS := -G $(GENERATOR) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DLATOPT_WERROR=$(WERROR)
 JOBS       ?= 2
 
-.PHONY: run test bench deps configure build clean format
+.PHONY: run test bench bench-tool deps configure build clean format
 
 run: build
 	@mkdir -p $(BUILD)/run
@@ -24,6 +25,12 @@ bench:
 	cmake -S . -B $(BUILD)-bench $(CMAKE_ARGS) -DLATOPT_BENCH=ON -DLATOPT_TESTS=OFF
 	cmake --build $(BUILD)-bench -j $(JOBS)
 	@for b in $(BUILD)-bench/bin/bench_*; do [ -x "$$b" ] && "$$b" || true; done
+
+# The tool alone, in Release, in the benchmark directory (the options cached there stay).
+bench-tool: deps
+	cmake -S . -B $(BUILD)-bench $(CMAKE_ARGS) -DCMAKE_BUILD_TYPE=Release -DLATOPT_TESTS=OFF
+	cmake --build $(BUILD)-bench -j $(JOBS) --target latopt_tool
+	bench/tool_bench.sh $(BUILD)-bench/bin/latopt
 
 build: configure
 	cmake --build $(BUILD) -j $(JOBS)
