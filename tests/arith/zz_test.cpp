@@ -70,6 +70,18 @@ Int128 toInt128(const ZZ& x)
     return x.isPositive ? value : -value;
 }
 
+Int128 gcd128(Int128 a, Int128 b)
+{
+    a = a < 0 ? -a : a;
+    b = b < 0 ? -b : b;
+    while (b != 0) {
+        const Int128 t = a % b;
+        a = b;
+        b = t;
+    }
+    return a;
+}
+
 ZZ fromInt128(Int128 value)
 {
     ZZ x;
@@ -376,6 +388,7 @@ TEST(ZzAgainstInt128, ArithmeticCompareAndTextOfValuesThatFit)
         EXPECT_EQ(toInt128(result), c * d);
         EXPECT_TRUE(isNormal(result));
         EXPECT_EQ(za.compare(zb), (a > b) - (a < b));
+        EXPECT_EQ(toInt128(Math::ggt(za, zb)), gcd128(a, b));
         EXPECT_EQ(za.getStringRepresentation(), toText(a));
         EXPECT_EQ(toInt128(parse(toText(a).c_str())), a);
         if (b != 0) {

@@ -520,6 +520,46 @@ struct ZZKernel {
         if (n == 1) return static_cast<ULimb>(x.data[1]);
         return static_cast<ULimb>(x.data[2]) * BASE + static_cast<ULimb>(x.data[1]);
     }
+    // The value of a magnitude of at most four limbs (below 10^36 < 2^120).
+    static Wide wideValue(const ZZ& x, long n)
+    {
+        Wide value = 0;
+        for (long i = n; i >= 1; --i)
+            value = value * BASE + static_cast<ULimb>(x.data[i]);
+        return value;
+    }
+    static void setWide(ZZ& x, Wide value, bool positive)
+    {
+        if (value >> 64 == 0) {
+            setUnsigned(x, static_cast<ULimb>(value), positive);
+            return;
+        }
+        Limb limbs[5];
+        long n = 0;
+        while (value != 0) {
+            limbs[n++] = static_cast<Limb>(value % BASE);
+            value /= BASE;
+        }
+        x.assignMagnitude(limbs, n, positive);
+    }
+    // Euclid in machine words, in 64 bits as soon as both values fit.
+    static Wide wideGgt(Wide big, Wide small)
+    {
+        while (small != 0 && (big >> 64 != 0 || small >> 64 != 0)) {
+            const Wide remainder = big % small;
+            big = small;
+            small = remainder;
+        }
+        if (small == 0) return big;
+        ULimb x = static_cast<ULimb>(big);
+        ULimb y = static_cast<ULimb>(small);
+        while (y != 0) {
+            const ULimb remainder = x % y;
+            x = y;
+            y = remainder;
+        }
+        return x;
+    }
     static void prepare(ZZ& x, long n) { x.prepare(n); }
     static void trim(ZZ& x) { x.trim(); }
     static void swap(ZZ& x, ZZ& y) { x.swapWith(y); }
@@ -777,14 +817,21 @@ void ZZ::div(ZZ const& a, ZZ const& b, ZZ& q, ZZ& r)
         return;
     }
 
-    // 3. Both below BASE^2: machine division.
+    // 3. Both within four limbs: machine division.
     if (na <= 2 && nb <= 2) {
         const ULimb x = ZZKernel::smallValue(a, na);
         const ULimb y = ZZKernel::smallValue(b, nb);
         const ULimb quotient = x / y;
-        const ULimb remainder = x - quotient * y;
         ZZKernel::setUnsigned(q, quotient, quotientPositive);
-        if (!quotientOnly) ZZKernel::setUnsigned(r, remainder, remainderPositive);
+        if (!quotientOnly) ZZKernel::setUnsigned(r, x - quotient * y, remainderPositive);
+        return;
+    }
+    if (na <= 4 && nb <= 4) {
+        const Wide x = ZZKernel::wideValue(a, na);
+        const Wide y = ZZKernel::wideValue(b, nb);
+        const Wide quotient = x / y;
+        ZZKernel::setWide(q, quotient, quotientPositive);
+        if (!quotientOnly) ZZKernel::setWide(r, x - quotient * y, remainderPositive);
         return;
     }
 
@@ -1089,21 +1136,25 @@ ZZ Math::abs<ZZ>(const ZZ& x)
 
 ZZ Math::ggt(const ZZ& a, const ZZ& b)
 {
-    ZZ x = abs(a);
+    // Values within four limbs, at the start or on the way: the rest of Euclid in machine words,
+    // with the same result.
+    const long na = ZZKernel::length(a);
+    const long nb = ZZKernel::length(b);
+    ZZ x;
+    if (na <= 4 && nb <= 4) {
+        ZZKernel::setWide(x, ZZKernel::wideGgt(ZZKernel::wideValue(a, na), ZZKernel::wideValue(b, nb)), true);
+        return x;
+    }
+    x = abs(a);
     ZZ y = abs(b);
     ZZ q;
     ZZ t;
     while (!y.isZero()) {
-        // Both within two limbs: the rest of Euclid in machine words, with the same result.
-        if (x.MN <= 2 && y.MN <= 2) {
-            ULimb big = ZZKernel::smallValue(x, ZZKernel::length(x));
-            ULimb small = ZZKernel::smallValue(y, ZZKernel::length(y));
-            while (small != 0) {
-                const ULimb remainder = big % small;
-                big = small;
-                small = remainder;
-            }
-            ZZKernel::setUnsigned(x, big, true);
+        const long nx = ZZKernel::length(x);
+        const long ny = ZZKernel::length(y);
+        if (nx <= 4 && ny <= 4) {
+            ZZKernel::setWide(x, ZZKernel::wideGgt(ZZKernel::wideValue(x, nx), ZZKernel::wideValue(y, ny)),
+                              true);
             return x;
         }
         // t = x - q y, the remainder of x by y.
