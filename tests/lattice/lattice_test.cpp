@@ -227,3 +227,34 @@ TEST(LatticeAssign, UnfaithfulValueOnTheWayDownThrows)
 
 } // namespace
 } // namespace latopt
+
+namespace latopt {
+namespace {
+
+TEST(SolutionStats, SumsCountAndFirstTimes)
+{
+    Lattice<QQ, QQ> lattice;
+    EXPECT_EQ(lattice.solutionStats(), "");
+    std::istringstream program("[ -inf ] [ [ 1 ] ] [ ] [ ] [ ] [ ] [ ] [ 0 ] [ 0 ] [ 9 ]");
+    program >> lattice.unprepared;
+    // No target reached yet: the sums alone.
+    EXPECT_EQ(lattice.solutionStats(), "\nT(bestTarget) = inf, S(bestTarget) = -1\n");
+    lattice.bestTarget.targetValue = QQ(7L);
+    lattice.bestTarget.slackNorm = QQ(0L);
+    lattice.bestTarget.secondsUntilDiscovered = 125;
+    for (long seconds : {3L, 61L, 3600L, 9L}) {
+        TargetVector<QQ> solution;
+        solution.secondsUntilDiscovered = seconds;
+        lattice.solutions.pushBack(solution);
+    }
+    EXPECT_EQ(lattice.solutionStats(),
+              "\nT(bestTarget) = 7, S(bestTarget) = 0 -- { 2:05 min(s):sec(s) == 125 secs }\n"
+              "\nSolutions found: 4\n"
+              "\n{ The first solution/s was/were found after: 3 sec(s) "
+              "1:01 min(s):sec(s) == 61 secs 1:00:00 hour(s):min(s):sec(s) == 3600 secs }\n");
+    lattice.params.bench = 2.0f;
+    EXPECT_EQ(lattice.solutionStats().find("Solutions found"), std::string::npos);
+}
+
+} // namespace
+} // namespace latopt

@@ -152,6 +152,10 @@ public:
     // it is complete, and end the run then.
     void writeSolFile(bool keepStars);
 
+    // The closing figures of a search: the sums of bestTarget when the program has targets, the
+    // count of found solutions unless benchmarking, and the times of the first three solutions.
+    std::string solutionStats() const;
+
     // Called, when set, once the records are written and before the file replaces the old one:
     // a point inside the protected write, for tests of the signal handling.
     static inline void (*solWriteProbe)() = nullptr;

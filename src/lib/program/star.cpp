@@ -2,6 +2,8 @@
 // its order and the removal of duplicates. See star.h.
 #include "program/star.h"
 
+#include "program/print_time.h"
+
 #include "arith/constant.h"
 #include "arith/precision.h"
 #include "arith/qq.h"
@@ -574,6 +576,17 @@ TargetVector<T>& TargetVector<T>::_assign(const TargetVector<U>& other)
     Precision::conv(other.targetNorm, targetNorm, this->throwOnLoss, this->allowPostCommaLoss);
     Precision::conv(other.targetValue, targetValue, this->throwOnLoss, this->allowPostCommaLoss);
     return *this;
+}
+
+template <class T>
+void TargetVector<T>::printSums(std::ostream& stream) const
+{
+    stream << "T(bestTarget) = " << targetValue << ", S(bestTarget) = " << slackNorm;
+    if (!(targetValue == Constant<T>::INF())) {
+        stream << " -- { ";
+        printTime(stream, this->secondsUntilDiscovered);
+        stream << " }";
+    }
 }
 
 // Star

@@ -73,6 +73,10 @@ public:
     // throwOnLoss and allowPostCommaLoss. Self-assignment does nothing.
     template <class U>
     TargetVector& _assign(const TargetVector<U>& other);
+
+    // "T(bestTarget) = <targetValue>, S(bestTarget) = <slackNorm>", and for a reached target
+    // (not +INF) " -- { <time of discovery> }": the figures of a search's best vector.
+    void printSums(std::ostream& stream) const;
 };
 
 template <class T>
