@@ -5,6 +5,7 @@
 #include "arith/zz.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <ostream>
 #include <vector>
@@ -551,14 +552,18 @@ struct ZZKernel {
             small = remainder;
         }
         if (small == 0) return big;
+        if (big == 0) return small;
+        // Both nonzero and within 64 bits: the binary method, the same divisor without divisions.
         ULimb x = static_cast<ULimb>(big);
         ULimb y = static_cast<ULimb>(small);
-        while (y != 0) {
-            const ULimb remainder = x % y;
-            x = y;
-            y = remainder;
-        }
-        return x;
+        const int common = std::countr_zero(x | y);
+        x >>= std::countr_zero(x);
+        do {
+            y >>= std::countr_zero(y);
+            if (x > y) std::swap(x, y);
+            y -= x;
+        } while (y != 0);
+        return static_cast<Wide>(x) << common;
     }
     static void prepare(ZZ& x, long n) { x.prepare(n); }
     static void trim(ZZ& x) { x.trim(); }
