@@ -5,9 +5,8 @@ namespace latopt::word {
 
 namespace {
 
-constexpr u64 LIMB_BASE = static_cast<u64>(ZZ::BASE);      // 10^9
-constexpr u64 CHUNK_BASE = LIMB_BASE * LIMB_BASE;          // 10^18, two limbs at a time
-constexpr int MAX_LIMBS = Natural::CAPACITY * 64 / 29 + 2; // 10^9 > 2^29
+constexpr u64 LIMB_BASE = static_cast<u64>(ZZ::BASE); // 10^9
+constexpr u64 CHUNK_BASE = LIMB_BASE * LIMB_BASE;     // 10^18, two limbs at a time
 
 // (high * 2^64 + low) / divisor for high < divisor; the remainder goes to remainder.
 inline u64 divideWide(u64 high, u64 low, u64 divisor, u64& remainder)
@@ -210,30 +209,31 @@ bool fromZZ(ZZ const& z, Natural& x, long maxLimbs)
 
 void toZZ(Natural const& x, ZZ& z)
 {
-    long long limb[MAX_LIMBS];
-    long count = 0;
-    if (x.n <= 1) {
-        u64 value = x.n == 0 ? 0 : x.w[0];
-        do {
-            limb[++count - 1] = static_cast<long long>(value % LIMB_BASE);
-            value /= LIMB_BASE;
-        } while (value != 0);
-    } else {
-        Natural rest;
-        copy(x, rest);
-        while (rest.n > 0) {
-            const u64 chunk = divideByWord(rest, CHUNK_BASE);
-            limb[count++] = static_cast<long long>(chunk % LIMB_BASE);
-            limb[count++] = static_cast<long long>(chunk / LIMB_BASE);
-        }
-        while (count > 1 && limb[count - 1] == 0)
-            --count;
-    }
-    z.setDimension(count, false);
-    long long* target = z.limbs();
-    for (long i = 0; i < count; ++i)
-        target[i + 1] = limb[i];
     z.isPositive = true;
+    if (x.n <= 1) {
+        const u64 value = x.n == 0 ? 0 : x.w[0];
+        const long count = value < LIMB_BASE ? 1 : (value < CHUNK_BASE ? 2 : 3);
+        z.setDimension(count, false);
+        long long* limb = z.limbs();
+        limb[1] = static_cast<long long>(value % LIMB_BASE);
+        if (count > 1) limb[2] = static_cast<long long>(value / LIMB_BASE % LIMB_BASE);
+        if (count > 2) limb[3] = static_cast<long long>(value / CHUNK_BASE);
+        return;
+    }
+    // Two limbs for each 10^18 chunk from the low end, into room for the longest value of n words
+    // (2^(64 n) has at most 19.27 n + 1 digits); the zero limbs on top go at the end.
+    z.setDimension(2 * x.n + x.n / 7 + 4, false);
+    long long* limb = z.limbs();
+    Natural rest = x;
+    long count = 0;
+    while (rest.n > 0) {
+        const u64 chunk = divideByWord(rest, CHUNK_BASE);
+        limb[++count] = static_cast<long long>(chunk % LIMB_BASE);
+        limb[++count] = static_cast<long long>(chunk / LIMB_BASE);
+    }
+    while (count > 1 && limb[count] == 0)
+        --count;
+    z.setDimension(count, false);
 }
 
 int compare(Natural const& a, Natural const& b)
