@@ -17,8 +17,7 @@ public:
     template <class T>
     static T abs(const T& x)
     {
-        if (x >= Constant<T>::ZERO())
-            return x;
+        if (x >= Constant<T>::ZERO()) return x;
         return -x;
     }
     // |x| <= EPSILON of the type.
