@@ -62,6 +62,24 @@ TEST(ArrayDimension, GrowthSizesTheCapacityAndKeepsElementsAndSpareSlot)
     EXPECT_EQ(array.MN, 8);
 }
 
+TEST(ArrayDimension, ReserveMakesRoomWithoutChangingDimensionOrElements)
+{
+    Array<long> array(3);
+    for (long i = 0; i <= 3; ++i)
+        array[i] = 7 + i;
+    array.reserve(2); // less than there is: nothing happens
+    EXPECT_EQ(array.capacity, 4);
+    array.reserve(50);
+    EXPECT_EQ(array.capacity, 50);
+    EXPECT_EQ(array.MN, 3);
+    const long* storage = array.data;
+    array.setDimension(50, false); // within the room: the storage stays
+    EXPECT_EQ(array.data, storage);
+    for (long i = 0; i <= 3; ++i)
+        EXPECT_EQ(array[i], 7 + i);
+    EXPECT_EQ(array[50], 0);
+}
+
 TEST(ArrayDimension, GrowthDefaultConstructsTheNewElements)
 {
     Array<std::string> array(1);

@@ -71,6 +71,12 @@ public:
         MN = dimension;
     }
     virtual bool isInitialized() const { return MN > 0; }
+    // Makes room for at least places elements without changing the dimension, so that a run of
+    // appends costs one reallocation instead of one per append.
+    void reserve(long places)
+    {
+        if (places > capacity) reallocate(places);
+    }
 
     T& operator[](long index) const
     {

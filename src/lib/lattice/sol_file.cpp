@@ -117,6 +117,17 @@ void removeWritable(const std::string& path)
     std::remove(path.c_str());
 }
 
+// Appends a copy of star. The room grows by doubling, so that a file of n records costs O(n)
+// element moves, not O(n^2).
+template <class T>
+void appendStar(Array<Star<T>>& stars, const Star<T>& star)
+{
+    const long count = stars.dimension() + 1;
+    if (count > stars.capacity) stars.reserve(2 * count);
+    stars.setDimension(count, false);
+    stars[count] = star;
+}
+
 } // namespace
 
 template <class R1, class R2>
@@ -144,8 +155,7 @@ bool Lattice<R1, R2>::readStarsFromSolFile(bool stopAtFirst)
                 if (!complete) this->checkStar(star);
                 if (stopAtFirst) return true;
                 star.isNew = false;
-                this->stars.setDimension(this->stars.dimension() + 1, false);
-                this->stars[this->stars.dimension()] = star;
+                appendStar(this->stars, star);
                 taken = true;
             }
         } catch (const PrecisionException&) {
