@@ -104,16 +104,8 @@ bool YLattice<T>::readStarsFromSolFile(bool stopAtFirst)
 template <class T>
 bool YLattice<T>::checkStars()
 {
-    // In standard precision the walk is the one of Vorm::checkStars, record by record, so that a
-    // fallback restarts the whole pass from the first record.
-    auto standardPass = [](Lattice<T, T>& lattice) {
-        bool allPassed = true;
-        for (long index = 1; index <= lattice.stars.MN; ++index)
-            allPassed = lattice.checkStar(index) && allPassed;
-        return allPassed;
-    };
-    auto exactPass = [](Lattice<QQ, T>& lattice) { return lattice.checkStars(); };
-    return guarded(standardPass, exactPass);
+    // A fallback restores the backup, so the exact pass starts again from the first record.
+    return guarded([](auto& lattice) { return lattice.checkStars(); });
 }
 
 template <class T>

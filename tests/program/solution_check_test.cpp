@@ -137,6 +137,59 @@ TYPED_TEST(SolutionCheckTyped, ArrayPassSkipsTheRecordThatMovesIntoAFreedPlace)
     EXPECT_EQ(checked.stars[2].targetNorm, T(12L));
 }
 
+// The pass against removing each failing record at once, on random runs of passing and failing
+// records (long runs of failures among them): the same survivors in the same order, with the
+// same figures.
+TYPED_TEST(SolutionCheckTyped, ArrayPassEqualsRemovingEachFailureInPlace)
+{
+    using T = TypeParam;
+    std::mt19937_64 random(77);
+    const char* xs[] = {"[ 3 0 3 ]", "[ 4 1 1 ]", "[ 2 0 4 ]", "[ 9 9 9 ]", "[ 5 0 1 ]"};
+    for (int round = 0; round < 60; ++round) {
+        Vorm<T> passed = program<T>(EXAMPLE);
+        const long count = std::uniform_int_distribution<long>(0, 40)(random);
+        const long failureRate = std::uniform_int_distribution<long>(0, 4)(random);
+        passed.stars.setDimension(count);
+        for (long i = 1; i <= count; ++i) {
+            const bool bad = std::uniform_int_distribution<long>(0, 4)(random) < failureRate;
+            passed.stars[i] = record<T>(bad ? xs[3] : xs[i % 3], "[ 0 ]", -1, -1, i);
+        }
+        Vorm<T> reference = passed;
+        bool referenceResult = true;
+        for (long index = 1; index <= reference.stars.dimension(); ++index)
+            referenceResult = reference.checkStar(index) && referenceResult;
+
+        SCOPED_TRACE("round " + std::to_string(round));
+        EXPECT_EQ(passed.checkStars(), referenceResult);
+        ASSERT_EQ(passed.stars.dimension(), reference.stars.dimension());
+        for (long i = 1; i <= reference.stars.dimension(); ++i) {
+            EXPECT_EQ(passed.stars[i].secondsUntilDiscovered, reference.stars[i].secondsUntilDiscovered);
+            EXPECT_EQ(passed.stars[i].targetNorm, reference.stars[i].targetNorm);
+        }
+    }
+}
+
+// A check that must be redone exactly stops the pass; the records up to the one that threw are
+// already judged, and every record from it on is kept, in order, as it was.
+TEST(SolutionCheckPrecision, AThrowInThePassLeavesTheRecordsAsRemovingInPlaceWould)
+{
+    Vorm<long double> checked = program<long double>(EXAMPLE);
+    const char* xs[] = {"[ 3 0 3 ]", "[ 9 9 9 ]", "[ 8 8 8 ]", "[ 4 1 1 ]", "[ 1000000000000 0 0 ]",
+                        "[ 9 9 9 ]", "[ 7 7 7 ]"};
+    checked.stars.setDimension(7);
+    for (long i = 1; i <= 7; ++i)
+        checked.stars[i] = record<long double>(xs[i - 1], "[ 0 ]", -1, -1, i);
+    EXPECT_THROW(checked.checkStars(), PrecisionException);
+    // 2 went and 3 was skipped; 4 passed; 5 threw; 5, 6 and 7 stay unchecked.
+    ASSERT_EQ(checked.stars.dimension(), 6);
+    const long seconds[] = {1, 3, 4, 5, 6, 7};
+    for (long i = 1; i <= 6; ++i)
+        EXPECT_EQ(checked.stars[i].secondsUntilDiscovered, seconds[i - 1]);
+    EXPECT_EQ(checked.stars[1].targetNorm, 9.0L);
+    EXPECT_EQ(checked.stars[2].targetNorm, -1.0L);
+    EXPECT_EQ(checked.stars[3].targetNorm, 12.0L);
+}
+
 TEST(SolutionCheckPrecision, LongDoubleBeyondTheTrustedRangeThrowsAndQqDecides)
 {
     // 0 <= x <= 10^10; 0 <= (100000, 0) x or (1, 1) x <= 10^15; the target x1 + x2.

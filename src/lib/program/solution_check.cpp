@@ -10,6 +10,7 @@
 #include "arith/constant.h"
 #include "arith/precision.h"
 #include "arith/qq.h"
+#include "base/const.h"
 #include "base/exceptions.h"
 #include "linalg/matrix.h"
 #include "linalg/vector.h"
@@ -34,6 +35,10 @@ constexpr const char* GOAL_DOWN = "\xE2\x86\x93";
 // in QQ. Overflows itself throws FatalPrecisionException beyond 10^18. Exact numbers pass.
 void guard(const long double& value)
 {
+    // Nearly every value is within the range: one comparison settles it, and the full test
+    // (infinities, NaN, the fatal range) runs for the rest only.
+    static const long double trusted = Const::DOUBLE_OVERFLOW();
+    if (fabsl(value) <= trusted) return;
     if (Precision::overflows(value))
         throw PrecisionException("Solution check: value beyond the trusted range");
 }
@@ -112,11 +117,37 @@ bool Vorm<T>::checkStar(long index)
 template <class T>
 bool Vorm<T>::checkStars()
 {
-    // The index moves on after a removal too: the record that took the freed place stays
-    // unchecked in this pass (of two bad records in a row, the second survives until the next).
+    // The result is that of checking index 1, 2, ... in turn and removing each failing record at
+    // once: the index moves on after a removal too, so the record that takes the freed place
+    // stays unchecked in this pass (of two bad records in a row, the second survives until the
+    // next). The survivors are gathered in one pass instead, keeping the work linear: kept counts
+    // the records in place, and a record right after a failing one is kept unchecked.
+    const long count = stars.dimension();
+    long kept = 0;
     bool allPassed = true;
-    for (long index = 1; index <= stars.dimension(); ++index)
-        allPassed = checkStar(index) && allPassed;
+    bool afterRemoval = false;
+    const auto keep = [&](long index) {
+        if (++kept != index) stars[kept] = std::move(stars[index]);
+    };
+    long index = 1;
+    try {
+        for (; index <= count; ++index) {
+            if (!afterRemoval && !checkStar(stars[index])) {
+                allPassed = false;
+                afterRemoval = true;
+                continue;
+            }
+            afterRemoval = false;
+            keep(index);
+        }
+    } catch (...) {
+        // The records not reached yet move down as a removal would have moved them.
+        for (; index <= count; ++index)
+            keep(index);
+        stars.setDimension(kept, false);
+        throw;
+    }
+    stars.setDimension(kept, false);
     return allPassed;
 }
 
