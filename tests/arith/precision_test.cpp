@@ -121,6 +121,30 @@ TEST(QqFromLongDouble, SeventeenDigitsAndTheFlushBelowEpsilon)
     EXPECT_TRUE(assigned.isNormal());
 }
 
+// Integers cross without text; the result must be the text's reading all the same. Digits are
+// drawn zero-heavy, so that limbs with leading zeroes are frequent.
+TEST(PrecisionConv, IntegersCrossAsTheirDecimalTextReads)
+{
+    const unsigned long long seed = testSeed();
+    SCOPED_TRACE(seedTrace(seed));
+    std::mt19937_64 random(seed);
+    for (long round = 0; round < rounds(3000); ++round) {
+        const int length = std::uniform_int_distribution<int>(1, 18)(random);
+        std::string digits(1, static_cast<char>('1' + random() % 9));
+        for (int k = 1; k < length; ++k)
+            digits += random() % 3 == 0 ? static_cast<char>('0' + random() % 10) : '0';
+        const std::string text = (random() % 2 == 0 ? "-" : "") + digits;
+        SCOPED_TRACE(text);
+        const long double value = std::strtold(text.c_str(), nullptr);
+        EXPECT_EQ(QQ(text.c_str()).toDbl(true, false), value);
+        if (length <= 17) {
+            EXPECT_EQ(QQ(value), QQ(text.c_str()));
+        }
+    }
+    // Beyond 17 digits the long double is read from its 17 significant digits.
+    EXPECT_EQ(QQ(123456789012345678.0L), QQ("123456789012345680"));
+}
+
 TEST(PrecisionConv, ScalarsWithAndWithoutProbe)
 {
     long double d = 0;

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <iomanip>
+#include <limits>
+#include <random>
 #include <sstream>
 #include <string>
 
@@ -129,6 +133,49 @@ TEST(StreamStrstring, FindsTheFirstOccurrence)
     EXPECT_EQ(strstring(haystack, "--"), haystack + 1);
     EXPECT_EQ(strstring(haystack, "x"), nullptr);
     EXPECT_EQ(strstring(haystack, ""), haystack);
+}
+
+// The text of one value must be what a stream of the same format writes, whichever way it is
+// made: random integers of every length near the powers of ten, fractions, the signed zeroes and
+// the special values, under random precisions and flags.
+TEST(StreamFormattedText, EqualsWhatTheStreamWrites)
+{
+    std::mt19937_64 random(4711);
+    const long double special[] = {0.0L,
+                                   -0.0L,
+                                   std::numeric_limits<long double>::infinity(),
+                                   -std::numeric_limits<long double>::infinity(),
+                                   std::numeric_limits<long double>::quiet_NaN(),
+                                   1e18L,
+                                   -1e18L,
+                                   999999999999999999.0L,
+                                   2.5L,
+                                   -1e-12L};
+    const std::ios_base::fmtflags flagChoices[] = {std::ios_base::fmtflags{}, std::ios_base::fixed,
+                                                   std::ios_base::scientific, std::ios_base::showpos,
+                                                   std::ios_base::showpoint};
+    for (int round = 0; round < 20000; ++round) {
+        long double value;
+        if (round < 10 * 20) {
+            value = special[round % 10];
+        } else {
+            const int length = std::uniform_int_distribution<int>(0, 19)(random);
+            value = truncl(std::uniform_real_distribution<long double>(0, 1)(random) * powl(10.0L, length));
+            value += std::uniform_int_distribution<int>(-1, 1)(random);
+            if (random() % 2 == 0) value = -value;
+            if (random() % 8 == 0) value /= 8;
+        }
+        std::ostringstream format;
+        format.precision(std::uniform_int_distribution<int>(0, 20)(random));
+        if (random() % 4 == 0) format.flags(flagChoices[random() % 5]);
+        if (random() % 16 == 0) format.width(30);
+        std::ostringstream reference;
+        reference.copyfmt(format);
+        reference << value;
+        ASSERT_EQ(formattedText(format, value), reference.str())
+            << "precision " << format.precision() << ", flags " << format.flags() << ", width "
+            << format.width();
+    }
 }
 
 } // namespace

@@ -95,6 +95,8 @@ public:
     // PreCommaPrecisionException, a fraction that doesn't fit PostCommaPrecisionException unless
     // allowPostCommaLoss.
     long double toDbl(bool throwOnLoss = false, bool allowPostCommaLoss = false) const;
+    // toDbl of an integer of at most two limbs, without the text: exact.
+    long double integerToDbl() const;
     QQ& kuerzen(); // restores the normal form
     QQ& initInf(bool positive);
     // Cuts the fraction to at most digits decimal digits of nenner, shifting zaehler and nenner

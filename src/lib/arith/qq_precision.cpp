@@ -22,6 +22,8 @@ QQ& QQ::operator=(long double const& x)
 {
     // Everything within 10^-9 of zero is zero.
     if (fabsl(x) <= Constant<long double>::EPSILON()) return *this = 0LL;
+    // An integer of at most 17 digits is its own text in 17 significant digits: no text needed.
+    if (fabsl(x) < 1e17L && x == truncl(x)) return *this = static_cast<long long>(x);
     std::ostringstream text;
     DBL_OSTREAM_PREC(text);
     text << x;
@@ -34,15 +36,18 @@ long double QQ::toDbl(bool throwOnLoss, bool allowPostCommaLoss) const
     const long DIGITS = Const::DBL_DIGITS();
     // 1. The infinities.
     if (isInf) return isPositive ? Constant<long double>::INF() : -Constant<long double>::INF();
-    // 2. Sign and integer part.
+    // 2. An integer of at most two limbs (18 digits) is exact in a long double, and so is the
+    //    text's reading of it: it needs no text.
+    if (zaehler.isZero() && ganze.dimension() <= 2) return integerToDbl();
+    // 3. Sign and integer part.
     std::string text = isPositive ? "" : "-";
     text += ganze.getStringRepresentation();
     long g = ganze.digits();
-    // 3. An integer part beyond the digits of a long double: the fraction doesn't matter.
+    // 4. An integer part beyond the digits of a long double: the fraction doesn't matter.
     if (g > DIGITS) {
         if (throwOnLoss) throw PreCommaPrecisionException(NOT_REPRESENTABLE);
     } else if (!zaehler.isZero()) {
-        // 4. The first significant digit behind the point: lead zeroes stand before it. x keeps
+        // 5. The first significant digit behind the point: lead zeroes stand before it. x keeps
         //    zaehler * 10^count, so the first round of 6 yields two digits.
         ZZ x = zaehler;
         ZZ q;
@@ -55,13 +60,13 @@ long double QQ::toDbl(bool throwOnLoss, bool allowPostCommaLoss) const
             ++count;
             ZZ::div(x, nenner, q, w);
         }
-        // 5. Leading zeroes behind the point use up digits only behind a nonzero integer part.
+        // 6. Leading zeroes behind the point use up digits only behind a nonzero integer part.
         long skip = 0;
         if (ganze.isZero())
             g = 0;
         else
             skip = lead > 0 ? lead : 0;
-        // 6. Long division, one digit a round, until the fraction ends or the budget is spent.
+        // 7. Long division, one digit a round, until the fraction ends or the budget is spent.
         ZZ f;
         long d = 0;
         bool budgetSpent = false;
@@ -77,7 +82,7 @@ long double QQ::toDbl(bool throwOnLoss, bool allowPostCommaLoss) const
                 break;
             }
         }
-        // 7. A fraction cut short is a loss, unless the caller allows it.
+        // 8. A fraction cut short is a loss, unless the caller allows it.
         if (budgetSpent && throwOnLoss && !allowPostCommaLoss)
             throw PostCommaPrecisionException(NOT_REPRESENTABLE);
         f.removeZeroTrailer();
@@ -87,11 +92,22 @@ long double QQ::toDbl(bool throwOnLoss, bool allowPostCommaLoss) const
             text += f.getStringRepresentation();
         }
     }
-    // 8. The long double reader rounds the decimal text.
+    // 9. The long double reader rounds the decimal text.
     std::istringstream stream(text);
     long double value = 0;
     stream >> value;
     return value;
+}
+
+long double QQ::integerToDbl() const
+{
+    const long long* limbs = ganze.limbs();
+    long long magnitude = 0;
+    for (long i = ganze.dimension(); i >= 1; --i)
+        magnitude = magnitude * ZZ::BASE + limbs[i];
+    const long double value = static_cast<long double>(magnitude);
+    // A negative zero reads as -0, as its text "-0" would.
+    return isPositive ? value : -value;
 }
 
 } // namespace latopt

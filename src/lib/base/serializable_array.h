@@ -47,10 +47,8 @@ public:
         stream << "[" << margin;
         for (long i = 1; i <= this->MN; ++i) {
             if (i > 1) stream << separators[0];
-            std::ostringstream element;
-            element.copyfmt(stream); // long doubles keep the precision the caller set
-            element << this->data[i];
-            stream << escape(element.str());
+            // Long doubles keep the precision the caller set.
+            stream << escape(formattedText(stream, this->data[i]));
         }
         if (this->MN > 0) stream << margin;
         stream << "]";

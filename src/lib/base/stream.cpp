@@ -1,6 +1,10 @@
 #include "base/stream.h"
 
+#include <algorithm>
+#include <charconv>
+#include <cmath>
 #include <cstring>
+#include <locale>
 
 namespace latopt {
 
@@ -95,6 +99,28 @@ bool skipOverPipeSeparators(std::istream& stream)
     skipOverCommentsAndSeparators(stream, " \t\r\n", &next);
     if (next != '|') return false;
     stream.get();
+    return true;
+}
+
+bool integerText(const std::ostream& format, long double value, std::string& text)
+{
+    // Below 10^precision the general format writes an integer as its digits, without a point or
+    // an exponent (a precision of 0 counts as 1); a negative zero keeps its sign, so it takes the
+    // stream's way.
+    constexpr std::streamsize MAX_DIGITS = 18; // every integer below 10^18 fits a long long
+    const std::ios_base::fmtflags flags = format.flags();
+    if ((flags & (std::ios_base::floatfield | std::ios_base::showpos | std::ios_base::showpoint)) != 0 ||
+        format.width() != 0)
+        return false;
+    const std::streamsize digits = std::min(std::max<std::streamsize>(format.precision(), 1), MAX_DIGITS);
+    static const long double POWERS[] = {1e0L,  1e1L,  1e2L,  1e3L,  1e4L,  1e5L,  1e6L,  1e7L,  1e8L, 1e9L,
+                                         1e10L, 1e11L, 1e12L, 1e13L, 1e14L, 1e15L, 1e16L, 1e17L, 1e18L};
+    if (!(fabsl(value) < POWERS[digits]) || value != truncl(value) || (value == 0 && std::signbit(value)))
+        return false;
+    if (format.getloc() != std::locale::classic()) return false;
+    char buffer[24];
+    const auto end = std::to_chars(buffer, buffer + sizeof buffer, static_cast<long long>(value)).ptr;
+    text.assign(buffer, end);
     return true;
 }
 

@@ -7,7 +7,10 @@
 #pragma once
 
 #include <istream>
+#include <ostream>
+#include <sstream>
 #include <string>
+#include <type_traits>
 
 namespace latopt {
 
@@ -34,5 +37,23 @@ bool skipOverCommentsAndSeparators(std::istream& stream, const std::string& sepa
 
 // Skips comments and white space, then takes a "|" if one stands there; true if it did.
 bool skipOverPipeSeparators(std::istream& stream);
+
+// The text that a stream formatted as format would write for value with operator<<. A long double
+// that is an integer below 10^precision in magnitude, with the default float field, locale and
+// width and without showpos or showpoint, is its digits: those are written without a stream,
+// which saves the stream's construction.
+bool integerText(const std::ostream& format, long double value, std::string& text);
+template <class T>
+std::string formattedText(const std::ostream& format, const T& value)
+{
+    std::string text;
+    if constexpr (std::is_same_v<T, long double>) {
+        if (integerText(format, value, text)) return text;
+    }
+    std::ostringstream stream;
+    stream.copyfmt(format);
+    stream << value;
+    return stream.str();
+}
 
 } // namespace latopt

@@ -173,7 +173,13 @@ QQ exactValue(const std::string& token, const NumberToken& number)
 {
     if (number.infinite) return QQ(token.c_str());
     QQ value;
-    if (number.decimal) {
+    if (number.streamForm && !number.decimal && number.exponent == 0 && number.integerDigits.size() <= 18) {
+        // The common case, an integer of at most 18 digits, fits a machine word.
+        long long magnitude = 0;
+        for (const char digit : number.integerDigits)
+            magnitude = magnitude * 10 + (digit - '0');
+        value = magnitude;
+    } else if (number.decimal) {
         // Its digits times 10^(exponent - digits behind the point).
         const long shift = number.exponent - static_cast<long>(number.fractionDigits.size());
         const std::string digits = number.integerDigits + number.fractionDigits;
