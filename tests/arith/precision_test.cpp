@@ -5,6 +5,8 @@
 #include "linalg/matrix.h"
 #include "linalg/vector.h"
 
+#include "test_seed.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -17,23 +19,9 @@
 namespace latopt {
 namespace {
 
-unsigned long long testSeed()
-{
-    const char* text = std::getenv("LATOPT_TEST_SEED");
-    return text != nullptr ? std::strtoull(text, nullptr, 10) : 20261121ULL;
-}
-
-long rounds(long count)
-{
-    const char* text = std::getenv("LATOPT_TEST_MULTIPLIER");
-    const long multiplier = text != nullptr ? std::max(1L, std::atol(text)) : 1L;
-    return count * multiplier;
-}
-
-std::string seedTrace(unsigned long long seed)
-{
-    return "seed " + std::to_string(seed) + " (LATOPT_TEST_SEED to replay)";
-}
+using test::rounds;
+using test::seedTrace;
+using test::testSeed;
 
 std::string seventeenDigits(long double x)
 {

@@ -5,6 +5,8 @@
 
 #include "arith/qq.h"
 
+#include "test_seed.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -17,25 +19,12 @@ namespace latopt::qq_reference {
 __extension__ typedef __int128 Int128;
 __extension__ typedef unsigned __int128 UInt128;
 
-// Random tests run from a fixed seed; LATOPT_TEST_SEED replays another one, LATOPT_TEST_MULTIPLIER
-// scales the counts.
 inline unsigned long long testSeed()
 {
-    const char* text = std::getenv("LATOPT_TEST_SEED");
-    return text != nullptr ? std::strtoull(text, nullptr, 10) : 20261122ULL;
+    return test::testSeed(20261122ULL);
 }
-
-inline long rounds(long count)
-{
-    const char* text = std::getenv("LATOPT_TEST_MULTIPLIER");
-    const long multiplier = text != nullptr ? std::max(1L, std::atol(text)) : 1L;
-    return count * multiplier;
-}
-
-inline std::string seedTrace(unsigned long long seed)
-{
-    return "seed " + std::to_string(seed) + " (LATOPT_TEST_SEED to replay)";
-}
+using test::rounds;
+using test::seedTrace;
 
 inline std::string toText(UInt128 value)
 {

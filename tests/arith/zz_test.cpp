@@ -1,6 +1,8 @@
 #include "arith/zz.h"
 #include "base/const.h"
 
+#include "test_seed.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -15,25 +17,9 @@ namespace {
 __extension__ typedef __int128 Int128;
 __extension__ typedef unsigned __int128 UInt128;
 
-// Random tests run from a fixed seed; LATOPT_TEST_SEED replays another one, LATOPT_TEST_MULTIPLIER
-// scales the counts.
-unsigned long long testSeed()
-{
-    const char* text = std::getenv("LATOPT_TEST_SEED");
-    return text != nullptr ? std::strtoull(text, nullptr, 10) : 20261121ULL;
-}
-
-long rounds(long count)
-{
-    const char* text = std::getenv("LATOPT_TEST_MULTIPLIER");
-    const long multiplier = text != nullptr ? std::max(1L, std::atol(text)) : 1L;
-    return count * multiplier;
-}
-
-std::string seedTrace(unsigned long long seed)
-{
-    return "seed " + std::to_string(seed) + " (LATOPT_TEST_SEED to replay)";
-}
+using test::rounds;
+using test::seedTrace;
+using test::testSeed;
 
 // Normal form: at least one limb, every limb in [0, BASE), nonzero top limb unless the value is
 // the single limb 0, which then is positive.

@@ -1,5 +1,7 @@
 #include "base/set.h"
 
+#include "test_seed.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -185,32 +187,20 @@ TEST(SetCopy, CopiesAreDeepAndConversionsKeepOrderAndLimit)
     EXPECT_EQ(copy.limit, 3u);
 }
 
-unsigned long testSeed()
-{
-    const char* text = std::getenv("LATOPT_TEST_SEED");
-    return text != nullptr ? std::strtoul(text, nullptr, 10) : 20240611UL;
-}
-
-long testMultiplier()
-{
-    const char* text = std::getenv("LATOPT_TEST_MULTIPLIER");
-    return text != nullptr ? std::max(1L, std::strtol(text, nullptr, 10)) : 1L;
-}
-
 // The sorted set against a reference that sorts instead of walking: the present candidates, each
 // with its arrival number, ordered worst first (higher deviation first, among equal deviations
 // the earlier arrival first); a new vector equal to a present one is refused; above the limit the
 // worst goes, and the insert succeeds when the new candidate is still present.
 TEST(SortedSetRandomized, AgreesWithASortingReference)
 {
-    const unsigned long seed = testSeed();
+    const unsigned long long seed = test::testSeed(20240611ULL);
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
     struct Entry {
         Candidate value;
         long arrival;
     };
-    for (long round = 0; round < 100 * testMultiplier(); ++round) {
+    for (long round = 0; round < test::rounds(100); ++round) {
         const unsigned long limit = random() % 7;
         SCOPED_TRACE("round " + std::to_string(round) + ", limit " + std::to_string(limit));
         SortedSet<Candidate> set(limit);

@@ -6,6 +6,8 @@
 #include "linalg/matrix.h"
 #include "linalg/vector.h"
 
+#include "test_seed.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -15,25 +17,9 @@
 
 namespace latopt::testing_support {
 
-// Random tests run from a fixed seed; LATOPT_TEST_SEED replays another one, LATOPT_TEST_MULTIPLIER
-// scales the counts.
-inline unsigned long long testSeed()
-{
-    const char* text = std::getenv("LATOPT_TEST_SEED");
-    return text != nullptr ? std::strtoull(text, nullptr, 10) : 20261121ULL;
-}
-
-inline long rounds(long count)
-{
-    const char* text = std::getenv("LATOPT_TEST_MULTIPLIER");
-    const long multiplier = text != nullptr ? std::max(1L, std::atol(text)) : 1L;
-    return count * multiplier;
-}
-
-inline std::string seedTrace(unsigned long long seed)
-{
-    return "seed " + std::to_string(seed) + " (LATOPT_TEST_SEED to replay)";
-}
+using test::rounds;
+using test::seedTrace;
+using test::testSeed;
 
 // Small fractions p/q with |p| <= 50 and 1 <= q <= 12, in either number type; nonzero on request.
 inline void randomEntry(std::mt19937_64& random, QQ& x, bool nonzero = false)

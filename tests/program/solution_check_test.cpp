@@ -5,6 +5,8 @@
 #include "arith/qq.h"
 #include "base/exceptions.h"
 
+#include "test_seed.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -57,9 +59,8 @@ std::string text(const long* values, long n)
 TYPED_TEST(SolutionCheckTyped, VerdictAndFiguresMatchAnIntegerEvaluation)
 {
     using T = TypeParam;
-    const char* seedText = std::getenv("LATOPT_TEST_SEED");
-    const unsigned long long seed = seedText != nullptr ? std::strtoull(seedText, nullptr, 10) : 20261122ULL;
-    SCOPED_TRACE("seed " + std::to_string(seed));
+    const unsigned long long seed = test::testSeed(20261122ULL);
+    SCOPED_TRACE(test::seedTrace(seed));
     std::mt19937_64 random(seed);
     const auto draw = [&](long low, long high) {
         return std::uniform_int_distribution<long>(low, high)(random);

@@ -7,6 +7,8 @@
 #include "arith/qq.h"
 #include "base/exceptions.h"
 
+#include "test_seed.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -20,24 +22,9 @@
 namespace latopt {
 namespace {
 
-// Random tests run from a fixed seed; LATOPT_TEST_SEED replays another one, LATOPT_TEST_MULTIPLIER
-// scales the counts.
-unsigned long long testSeed()
-{
-    const char* text = std::getenv("LATOPT_TEST_SEED");
-    return text != nullptr ? std::strtoull(text, nullptr, 10) : 20261121ULL;
-}
-
-long rounds(long count)
-{
-    const char* text = std::getenv("LATOPT_TEST_MULTIPLIER");
-    return count * (text != nullptr ? std::max(1L, std::atol(text)) : 1L);
-}
-
-std::string seedTrace(unsigned long long seed)
-{
-    return "seed " + std::to_string(seed) + " (LATOPT_TEST_SEED to replay)";
-}
+using test::rounds;
+using test::seedTrace;
+using test::testSeed;
 
 template <class T>
 Star<T> makeStar(const char* x, const char* targetValues, T targetNorm, T slackNorm, long seconds,

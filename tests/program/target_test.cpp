@@ -4,6 +4,8 @@
 #include "arith/math.h"
 #include "arith/qq.h"
 
+#include "test_seed.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -62,9 +64,8 @@ TYPED_TEST(TargetTyped, NormAddsSignedValuesUntilTheFirstFiniteTarget)
 // targets at the end of the list.
 TEST(TargetNorm, MatchesTheDirectFormulaOnRandomPrograms)
 {
-    const char* seedText = std::getenv("LATOPT_TEST_SEED");
-    const unsigned long long seed = seedText != nullptr ? std::strtoull(seedText, nullptr, 10) : 20261121ULL;
-    SCOPED_TRACE("seed " + std::to_string(seed) + " (LATOPT_TEST_SEED to replay)");
+    const unsigned long long seed = test::testSeed();
+    SCOPED_TRACE(test::seedTrace(seed));
     std::mt19937_64 random(seed);
     std::uniform_int_distribution<long> entry(-20, 20);
     std::uniform_int_distribution<long> kind(0, 3);

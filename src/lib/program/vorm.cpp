@@ -71,13 +71,20 @@ Vorm<T>& Vorm<T>::operator=(Vorm&& other)
     stars = std::move(other.stars);
     constantVariables = std::move(other.constantVariables);
     swappedHalfFreeVariables = std::move(other.swappedHalfFreeVariables);
+    copyFlags(other);
+    return *this;
+}
+
+template <class T>
+template <class U>
+void Vorm<T>::copyFlags(const Vorm<U>& other)
+{
     finiteTargetsOnly = other.finiteTargetsOnly;
     slackInequationCount = other.slackInequationCount;
     slackTargetVariableCount = other.slackTargetVariableCount;
     pendingSolutionWrite = other.pendingSolutionWrite;
     pendingSolutionStats = other.pendingSolutionStats;
     slackified = other.slackified;
-    return *this;
 }
 
 template <class T>
@@ -152,12 +159,7 @@ Vorm<T>& Vorm<T>::_assign(const Vorm<U>& other)
     stars._assign(other.stars);
     constantVariables._assign(other.constantVariables);
     swappedHalfFreeVariables = other.swappedHalfFreeVariables;
-    finiteTargetsOnly = other.finiteTargetsOnly;
-    slackInequationCount = other.slackInequationCount;
-    slackTargetVariableCount = other.slackTargetVariableCount;
-    pendingSolutionWrite = other.pendingSolutionWrite;
-    pendingSolutionStats = other.pendingSolutionStats;
-    slackified = other.slackified;
+    copyFlags(other);
     return *this;
 }
 

@@ -126,6 +126,11 @@ public:
     // The report of stars[index]: x, and unless slackNorm is -1 the target values with their
     // goals, the norms and the time of discovery.
     std::string outputOptStarSolution(long index) const;
+
+private:
+    // The flags and counts of the program, which every copy and move takes over as they are.
+    template <class U>
+    void copyFlags(const Vorm<U>& other);
 };
 
 template <>
