@@ -33,8 +33,9 @@ struct FailureUnwind {};
 // The warning form: "\n*** " message LF() on standard error; the run goes on.
 void warning(const std::string& message);
 
-// Clears fixed and scientific and sets the precision to DBL_DIGITS - 1, so that long doubles
-// written to the stream read back unchanged.
+// Clears fixed and scientific and sets the precision to DBL_DIGITS - 1: long doubles are written
+// in 17 significant digits. Values that have no more (integers below 10^17, short decimals) read
+// back unchanged; a long double needs up to 21 digits, so others read back rounded to 17.
 std::ostream& DBL_OSTREAM_PREC(std::ostream& stream);
 
 // Restores THREAD_DEPTH when it leaves scope, also when an exception passes.

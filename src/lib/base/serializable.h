@@ -1,6 +1,6 @@
 // serializable.h: Serializable, the one interface of all text forms, and the Pair records.
-// toString() gives the text of serialize() on a stream set up by DBL_OSTREAM_PREC, so that long
-// doubles in it read back unchanged.
+// toString() gives the text of serialize() on a stream set up by DBL_OSTREAM_PREC: long doubles in
+// 17 significant digits.
 #pragma once
 
 #include "base/log.h"
