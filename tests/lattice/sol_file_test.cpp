@@ -147,6 +147,30 @@ TEST_F(SolFileTest, ShortRecordsAreCompletedAndReuseTheRecordObject)
     EXPECT_EQ(stars[2].targetNorm * 100 + stars[2].slackNorm * 10, 910.0L);
 }
 
+// Many records after the ones already held: every record arrives once, in the order of the file,
+// however often the room grows on the way; what was held stays in front.
+TEST_F(SolFileTest, ManyRecordsAreAppendedInTheOrderOfTheFile)
+{
+    addStar("[ 3 0 3 ]", 9, 12, "held");
+    std::string text;
+    constexpr long COUNT = 1000;
+    for (long i = 1; i <= COUNT; ++i)
+        text += "[ " + std::to_string(i) + " 0 0 ] | 1 | [ 1 ] | 0 | " + std::to_string(i) + " | p" +
+                std::to_string(i) + "\n";
+    writeFile(path, text);
+    EXPECT_TRUE(lattice.readStarsFromSolFile(false));
+    ASSERT_EQ(lattice.stars.dimension(), COUNT + 1);
+    EXPECT_EQ(lattice.stars[1].params, "held");
+    for (long i = 1; i <= COUNT; ++i) {
+        const Star<long double>& star = lattice.stars[i + 1];
+        ASSERT_EQ(star.dimension(), 3);
+        EXPECT_EQ(star[1], static_cast<long double>(i));
+        EXPECT_EQ(star.secondsUntilDiscovered, i);
+        EXPECT_EQ(star.params, "p" + std::to_string(i));
+        EXPECT_FALSE(star.isNew);
+    }
+}
+
 TEST_F(SolFileTest, UnusableRecordIsDroppedAndReadingGoesOn)
 {
     writeFile(path, "[ 3 x 3 ] | 9 | [ 9 ] | 0 | 12 | p\n"
