@@ -225,6 +225,37 @@ TEST(LatticeAssign, UnfaithfulValueOnTheWayDownThrows)
     EXPECT_NO_THROW(target._assign(source, false));
 }
 
+// The consistency callback resets the transformation stack only when handed a text of its own
+// while the setting is off; operator= passes by, and a copy of the settings is bound to nothing.
+TEST(LatticeParams, ConsistencyCallbackResetsTheStackOnlyForAForeignTextWhileOff)
+{
+    const Matrix<QQ> basis = matrix<QQ>("[ [ 1 0 2 ] [ 0 1 3 ] ]");
+    Lattice<QQ, long double> lattice(&basis);
+    const auto spoilStack = [&] {
+        lattice.TT.setDimension(2, false);
+        lattice.TT[2] = matrix<QQ>("[ [ 0 1 ] [ 1 0 ] ]");
+        lattice.TT.throwOnLoss = false;
+    };
+    const auto stackIsReset = [&] {
+        return lattice.TT.dimension() == 1 && isIdentity(lattice.TT[1], 2) && lattice.TT.throwOnLoss;
+    };
+    spoilStack();
+    lattice.params.consistency = true; // the callback sees its own new text
+    EXPECT_EQ(lattice.TT.dimension(), 2);
+    lattice.params.consistency.changeCallback("0"); // a foreign text, but the setting is on
+    EXPECT_EQ(lattice.TT.dimension(), 2);
+    lattice.params.consistency = false;
+    lattice.params.consistency.changeCallback("0"); // the text it has
+    EXPECT_EQ(lattice.TT.dimension(), 2);
+    lattice.params.consistency.changeCallback("1");
+    EXPECT_TRUE(stackIsReset());
+
+    spoilStack();
+    ExtendedParams<long double> copy(lattice.params);
+    copy.consistency.changeCallback("1");
+    EXPECT_EQ(lattice.TT.dimension(), 2);
+}
+
 } // namespace
 } // namespace latopt
 

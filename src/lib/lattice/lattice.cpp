@@ -60,6 +60,20 @@ Stage<R1, R2>& Stage<R1, R2>::_assign(const Stage<S1, S2>& other)
     return *this;
 }
 
+// ExtendedParams bound to a lattice
+
+template <class R2>
+template <class R1>
+ExtendedParams<R2>::ExtendedParams(Lattice<R1, R2>& lattice) : ExtendedParams()
+{
+    consistency.setChangeCallback([this, &lattice](const std::string& text) {
+        if (consistency == text || consistency.value) return;
+        lattice.TT.setDimension(1, false);
+        makeIdentity(lattice.TT[1], lattice.dimB);
+        lattice.TT.throwOnLoss = true;
+    });
+}
+
 // Lattice
 
 template <class R1, class R2>
@@ -68,8 +82,8 @@ Statistics Lattice<R1, R2>::statistics;
 template <class R1, class R2>
 Lattice<R1, R2>::Lattice(const Matrix<R1>* basis)
     : inhomogenousConstant(Constant<R1>::ONE()), scaledInhomogenousConstant(Constant<R1>::ONE()),
-      TT(std::string(",")), B_save(std::string(",")), B(std::string(",")), gsVectors(std::string(",")),
-      mu(std::string(",")), R(Constant<R1>::ZERO()),
+      params(*this), TT(std::string(",")), B_save(std::string(",")), B(std::string(",")),
+      gsVectors(std::string(",")), mu(std::string(",")), R(Constant<R1>::ZERO()),
       maxUnscaledLatVecSquaredEuclideanNorm(Constant<R1>::ZERO()), gsLower(std::string(",")),
       gsLowerFull(std::string(",")), stageValue(Constant<R2>::ZERO())
 {
@@ -261,6 +275,11 @@ template class Lattice<long double, long double>;
 template class Lattice<long double, QQ>;
 template class Lattice<QQ, long double>;
 template class Lattice<QQ, QQ>;
+
+template ExtendedParams<long double>::ExtendedParams(Lattice<long double, long double>&);
+template ExtendedParams<QQ>::ExtendedParams(Lattice<long double, QQ>&);
+template ExtendedParams<long double>::ExtendedParams(Lattice<QQ, long double>&);
+template ExtendedParams<QQ>::ExtendedParams(Lattice<QQ, QQ>&);
 
 #define LATOPT_STAGE_ASSIGN(R1, R2)                                                                          \
     template Stage<R1, R2>& Stage<R1, R2>::_assign(const Stage<long double, long double>&);                  \

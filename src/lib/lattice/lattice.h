@@ -17,8 +17,9 @@
 // (ContainmentVerification<R1, R2>) and coords (CoordsComputation<R1, R2>, with the two solve
 // caches) after checkVectorsState, and goodVectors, bestVectors (SortedSet<HeuristicVector>,
 // limit collectLimit) and trimming (Trimming<R1>) at the end. Their steps in resetLattice,
-// setDims and _assign are marked where they belong; so is the change callback of params, which
-// needs the trimming operations (params is built with the default constructor until then).
+// setDims and _assign are marked where they belong; so are the change callbacks of scale and
+// translate in params, which act on the trimming (params is bound to the lattice and has the
+// callback of consistency already).
 #pragma once
 
 #include "arith/constant.h"

@@ -24,6 +24,9 @@
 
 namespace latopt {
 
+template <class R1, class R2>
+class Lattice;
+
 class Params : public Serializable {
 public:
     std::string separators = ",";
@@ -79,6 +82,14 @@ public:
     Param<R2> tnorm; // target norm at which a run ends; -inf: none
 
     ExtendedParams();
+    // The settings of lattice: also installs a change callback on consistency which, handed a
+    // text that differs from the parameter's while its value is false, resets lattice's
+    // transformation stack to one identity of dimB rows and marks it for faithful conversion.
+    // A change through operator= writes the text first and so passes by. (The callbacks of scale
+    // and translate act on the trimming of the lattice and join with it.) Defined with Lattice.
+    template <class R1>
+    explicit ExtendedParams(Lattice<R1, R2>& lattice);
+    // A copy is bound to no lattice: its callbacks do nothing.
     ExtendedParams(const ExtendedParams& other);
     ExtendedParams& operator=(const ExtendedParams& other) { return _assign(other); }
 
