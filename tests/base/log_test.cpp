@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <type_traits>
 
 namespace latopt {
 namespace {
@@ -39,21 +40,17 @@ TEST_F(LogTree, SecondOpenWithoutTextCutsTheLineShort)
     EXPECT_EQ(ENDL(false), "");
 }
 
-TEST_F(LogTree, SurplusClosesAtTheRootDoNoHarm)
+// Surplus closes at the root, and closes right after a line feed, owe nothing.
+TEST_F(LogTree, ClosesWithNothingOpenWriteNothing)
 {
     EXPECT_EQ(ENDL(false), "");
     EXPECT_EQ(ENDL(true), "");
     EXPECT_EQ(THREAD_DEPTH, 0u);
-}
-
-TEST_F(LogTree, CloseAfterLineFeedOwesNothing)
-{
-    BEGINL();
-    LF();
-    EXPECT_EQ(ENDL(true), "");
-    BEGINL();
-    LF();
-    EXPECT_EQ(ENDL(false), "");
+    for (bool newline : {true, false}) {
+        BEGINL();
+        LF();
+        EXPECT_EQ(ENDL(newline), "");
+    }
 }
 
 TEST_F(LogTree, GuardRestoresDepthWhenAnExceptionPasses)
@@ -68,24 +65,15 @@ TEST_F(LogTree, GuardRestoresDepthWhenAnExceptionPasses)
     EXPECT_EQ(THREAD_DEPTH, 0u);
 }
 
-TEST(LogDeathTest, The128thLevelIsFatal)
+TEST(LogDeathTest, FatalWarningAndTheDepthLimit)
 {
+    EXPECT_EXIT(fatal("boom"), testing::ExitedWithCode(1), "^\n\\*\\*\\* FAIL: boom\n$");
+    EXPECT_EXIT((warning("careful"), failure()), testing::ExitedWithCode(1), "^\n\\*\\*\\* careful\n$");
     auto openAll = [] {
         for (unsigned long level = 0; level < MAX_THREAD_DEPTH; ++level)
             BEGINL();
     };
     EXPECT_EXIT(openAll(), testing::ExitedWithCode(1), "\n\\*\\*\\* FAIL: Maximum thread depth reached\n$");
-}
-
-TEST(LogDeathTest, FatalFormAndWarningForm)
-{
-    EXPECT_EXIT(fatal("boom"), testing::ExitedWithCode(1), "^\n\\*\\*\\* FAIL: boom\n$");
-    EXPECT_EXIT(
-        {
-            warning("careful");
-            failure();
-        },
-        testing::ExitedWithCode(1), "^\n\\*\\*\\* careful\n$");
 }
 
 TEST(Exceptions, TextsAndDefaults)
@@ -99,11 +87,7 @@ TEST(Exceptions, TextsAndDefaults)
     EXPECT_STREQ(ReadException().what(), "Read exception");
     EXPECT_STREQ(DependencyException().what(), "Dependency exception");
     EXPECT_STREQ(RestartException("r").what(), "r");
-    try {
-        throw PreCommaPrecisionException();
-    } catch (const PrecisionException& caught) {
-        SUCCEED();
-    }
+    static_assert(std::is_base_of_v<PrecisionException, PreCommaPrecisionException>);
 }
 
 TEST(NumberFormat, SeventeenDigitValuesSurviveTheRoundTrip)
@@ -114,9 +98,7 @@ TEST(NumberFormat, SeventeenDigitValuesSurviveTheRoundTrip)
     std::istringstream in(out.str());
     long double a, b;
     in >> a >> b;
-    EXPECT_EQ(a, 0.1L);
-    EXPECT_EQ(b, 12345678.901234567L);
-    EXPECT_EQ(out.precision(), 17);
+    EXPECT_TRUE(a == 0.1L && b == 12345678.901234567L) << out.str();
 }
 
 } // namespace

@@ -21,53 +21,8 @@ std::vector<K> keys(const Map<K, V>& map)
     return result;
 }
 
-TEST(MapLookup, AbsentKeyCreatesExactlyOneEntryInCreationOrder)
-{
-    Map<long, long> map;
-    map(30) = 3;
-    EXPECT_EQ(map(10), 0);
-    // Repeated reads, of both keys, create nothing.
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(map(30), 3);
-        EXPECT_EQ(map(10), 0);
-    }
-    map(20) = 2;
-    EXPECT_EQ(keys(map), std::vector<long>({30, 10, 20}));
-    EXPECT_EQ(map.indexOf(20), 3);
-    EXPECT_EQ(map.indexOf(40), 0);
-    EXPECT_EQ(map.dimension(), 3);
-}
-
-TEST(MapLookup, EntryMadeAfterShrinkingStartsFromTheDefault)
-{
-    Map<long, std::string> map;
-    map(1) = "old";
-    map(2) = "older";
-    map.resetAllMembers();
-    EXPECT_EQ(map(7), "");
-    EXPECT_EQ(map(8), "");
-    EXPECT_EQ(keys(map), std::vector<long>({7, 8}));
-}
-
-TEST(HashGrowth, NewEntriesAreZero)
-{
-    Hash<long double> hash;
-    hash("a") = 1.5L;
-    hash("b") = 2.5L;
-    hash.setDimension(0, false);
-    hash.setDimension(2, false);
-    EXPECT_EQ(hash[1].right, 0.0L);
-    EXPECT_EQ(hash[2].right, 0.0L);
-
-    Hash<int*> pointers;
-    int target = 0;
-    pointers("p") = &target;
-    pointers.resetAllMembers();
-    pointers.setDimension(1, true);
-    EXPECT_EQ(pointers[1].right, nullptr);
-}
-
-// Counting words through the hash against std::map, and the order of first appearance.
+// Counting words through the hash against std::map: one entry per word, in the order of first
+// appearance, found by indexOf; reading a present or absent key creates nothing more.
 TEST(HashCounting, AgreesWithStdMap)
 {
     const unsigned long seed = 424242;
@@ -85,6 +40,36 @@ TEST(HashCounting, AgreesWithStdMap)
     EXPECT_EQ(keys(hash), firstSeen);
     for (const auto& [word, count] : reference)
         EXPECT_EQ(hash(word), count) << word;
+    for (std::size_t i = 0; i < firstSeen.size(); ++i)
+        EXPECT_EQ(hash.indexOf(firstSeen[i]), static_cast<long>(i + 1));
+    EXPECT_EQ(hash.indexOf("f"), 0);
+    EXPECT_EQ(hash("f"), 0);
+    EXPECT_EQ(hash.dimension(), static_cast<long>(firstSeen.size()) + 1);
+}
+
+// The array keeps the places of a shrunk map: an entry made there again must not show the old
+// value, in a Map (default value) and in a Hash (zero, null for pointers) alike.
+TEST(MapLookup, EntryMadeAfterShrinkingStartsFromTheDefault)
+{
+    Map<long, std::string> map;
+    map(1) = "old";
+    map(2) = "older";
+    map.resetAllMembers();
+    EXPECT_EQ(map(7), "");
+    EXPECT_EQ(map(8), "");
+    EXPECT_EQ(keys(map), std::vector<long>({7, 8}));
+    Hash<long double> hash;
+    hash("a") = 1.5L;
+    hash("b") = 2.5L;
+    hash.setDimension(0, false);
+    hash.setDimension(2, false);
+    EXPECT_TRUE(hash[1].right == 0.0L && hash[2].right == 0.0L);
+    Hash<int*> pointers;
+    int target = 0;
+    pointers("p") = &target;
+    pointers.resetAllMembers();
+    pointers.setDimension(1, true);
+    EXPECT_EQ(pointers[1].right, nullptr);
 }
 
 } // namespace

@@ -14,9 +14,8 @@
 namespace latopt {
 namespace {
 
-// Stand-in for a heuristic vector: components, and a deviation that orders it (smaller is
-// better). operator== compares deviations on purpose: the sets must find duplicates through
-// isSameVector, which compares the components.
+// Stand-in for a heuristic vector, ordered by deviation (smaller is better). operator== compares
+// deviations on purpose: the sets must find duplicates through isSameVector.
 struct Candidate {
     std::vector<long> components;
     long deviation = 0;
@@ -30,9 +29,8 @@ bool isSameVector(const Candidate& a, const Candidate& b)
     return a.components == b.components;
 }
 
-// A second element type, filled from a Candidate by its own _assign, as a lattice vector of the
-// other number type would be; its operator== is vector equality, so the default isSameVector
-// applies.
+// A second element type, filled from a Candidate by its own _assign as a vector of the other
+// number type would be; its operator== is vector equality, so the default isSameVector applies.
 struct WideCandidate {
     std::vector<long double> components;
     long double deviation = 0;
@@ -51,8 +49,7 @@ Candidate candidate(long x, long deviation)
     return Candidate{{x}, deviation};
 }
 
-// The elements from first to last. Checks on the way that the backward links, last, and size
-// describe the same list.
+// The elements from first to last; checks that the backward links, last and size agree.
 template <class T>
 std::vector<T> contents(const Set<T>& set)
 {
@@ -77,50 +74,6 @@ std::vector<long> deviations(const Set<Candidate>& set)
     for (const Candidate& element : contents(set))
         result.push_back(element.deviation);
     return result;
-}
-
-TEST(SortedSetInsert, SameVectorTwiceIsRefusedWhateverItsDeviation)
-{
-    SortedSet<Candidate> set;
-    EXPECT_TRUE(set.insert(candidate(1, 5)));
-    EXPECT_FALSE(set.insert(candidate(1, 5)));
-    EXPECT_FALSE(set.insert(candidate(1, 0)));
-    EXPECT_EQ(set.size, 1u);
-    EXPECT_EQ(deviations(set), std::vector<long>({5}));
-    // An equal deviation alone is no duplicate.
-    EXPECT_TRUE(set.insert(candidate(2, 5)));
-    EXPECT_EQ(set.size, 2u);
-}
-
-TEST(SortedSetInsert, FullSetKeepsTheBest)
-{
-    SortedSet<Candidate> set(2);
-    EXPECT_TRUE(set.insert(candidate(1, 5)));
-    EXPECT_TRUE(set.insert(candidate(2, 3)));
-    EXPECT_EQ(deviations(set), std::vector<long>({5, 3}));
-    // Worse than all: dropped at once.
-    EXPECT_FALSE(set.insert(candidate(3, 9)));
-    EXPECT_EQ(deviations(set), std::vector<long>({5, 3}));
-    // Between: the worst goes.
-    EXPECT_TRUE(set.insert(candidate(4, 4)));
-    EXPECT_EQ(deviations(set), std::vector<long>({4, 3}));
-    // Better than all: goes last, the worst goes.
-    EXPECT_TRUE(set.insert(candidate(5, 1)));
-    EXPECT_EQ(deviations(set), std::vector<long>({3, 1}));
-    EXPECT_EQ(set.size, 2u);
-}
-
-TEST(SortedSetInsert, EqualDeviationsKeepTheOrderOfArrival)
-{
-    SortedSet<Candidate> set(3);
-    for (long x = 1; x <= 3; ++x)
-        EXPECT_TRUE(set.insert(candidate(x, 2)));
-    // The latest of equals counts as the better: a fourth pushes out the oldest.
-    EXPECT_TRUE(set.insert(candidate(4, 2)));
-    std::vector<long> order;
-    for (const Candidate& element : contents(set))
-        order.push_back(element.components[0]);
-    EXPECT_EQ(order, std::vector<long>({2, 3, 4}));
 }
 
 TEST(SetInsert, FullPlainSetRefusesAndReplacesNothing)
@@ -187,10 +140,9 @@ TEST(SetCopy, CopiesAreDeepAndConversionsKeepOrderAndLimit)
     EXPECT_EQ(copy.limit, 3u);
 }
 
-// The sorted set against a reference that sorts instead of walking: the present candidates, each
-// with its arrival number, ordered worst first (higher deviation first, among equal deviations
-// the earlier arrival first); a new vector equal to a present one is refused; above the limit the
-// worst goes, and the insert succeeds when the new candidate is still present.
+// Against a reference that sorts instead of walking: worst first (higher deviation, then earlier
+// arrival); an equal vector is refused whatever its deviation; above the limit the worst goes, and
+// the insert succeeds when the new candidate is still present.
 TEST(SortedSetRandomized, AgreesWithASortingReference)
 {
     const unsigned long long seed = test::testSeed(20240611ULL);

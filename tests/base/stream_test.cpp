@@ -1,5 +1,7 @@
 #include "base/stream.h"
 
+#include "test_seed.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -116,41 +118,17 @@ TEST(StreamSeparators, PipeIsTakenOnlyWhenItIsNext)
     EXPECT_FALSE(skipOverPipeSeparators(stream));
 }
 
-TEST(StreamPeek, FalseOnlyAtEndOfInput)
-{
-    std::istringstream stream("a");
-    char next = 0;
-    EXPECT_TRUE(peekNextCharacter(stream, next));
-    EXPECT_EQ(next, 'a');
-    stream.get();
-    EXPECT_FALSE(peekNextCharacter(stream, next));
-    EXPECT_EQ(static_cast<unsigned char>(next), 255);
-}
-
-TEST(StreamStrstring, FindsTheFirstOccurrence)
-{
-    char haystack[] = "a--b--c";
-    EXPECT_EQ(strstring(haystack, "--"), haystack + 1);
-    EXPECT_EQ(strstring(haystack, "x"), nullptr);
-    EXPECT_EQ(strstring(haystack, ""), haystack);
-}
-
-// The text of one value must be what a stream of the same format writes, whichever way it is
-// made: random integers of every length near the powers of ten, fractions, the signed zeroes and
-// the special values, under random precisions and flags.
+// The text of a value is what a stream of the same format writes: random integers of every length
+// near the powers of ten, fractions, signed zeroes and special values, random precisions and flags.
 TEST(StreamFormattedText, EqualsWhatTheStreamWrites)
 {
-    std::mt19937_64 random(4711);
-    const long double special[] = {0.0L,
-                                   -0.0L,
-                                   std::numeric_limits<long double>::infinity(),
-                                   -std::numeric_limits<long double>::infinity(),
-                                   std::numeric_limits<long double>::quiet_NaN(),
-                                   1e18L,
-                                   -1e18L,
-                                   999999999999999999.0L,
-                                   2.5L,
-                                   -1e-12L};
+    const unsigned long long seed = test::testSeed(4711);
+    SCOPED_TRACE(test::seedTrace(seed));
+    std::mt19937_64 random(seed);
+    const long double inf = std::numeric_limits<long double>::infinity();
+    const long double nan = std::numeric_limits<long double>::quiet_NaN();
+    const long double special[] = {0.0L, -0.0L,  inf, -inf, nan, 1e18L, -1e18L, 999999999999999999.0L,
+                                   2.5L, -1e-12L};
     const std::ios_base::fmtflags flagChoices[] = {std::ios_base::fmtflags{}, std::ios_base::fixed,
                                                    std::ios_base::scientific, std::ios_base::showpos,
                                                    std::ios_base::showpoint};

@@ -12,6 +12,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 #include <random>
 #include <string>
 
@@ -96,6 +97,13 @@ template <class T>
         if (!row) return row << " in row " << i;
     }
     return ::testing::AssertionSuccess();
+}
+
+// The action ends the process with "*** FAIL: message" on stderr and exit code 1.
+inline void expectFail(const std::function<void()>& action, const std::string& message)
+{
+    SCOPED_TRACE(message);
+    EXPECT_EXIT(action(), ::testing::ExitedWithCode(1), "\\*\\*\\* FAIL: " + message + "\n");
 }
 
 } // namespace latopt::testing_support
