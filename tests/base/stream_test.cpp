@@ -14,12 +14,11 @@
 namespace latopt {
 namespace {
 
+// What is left to read; nothing once the stream has failed.
 std::string rest(std::istream& stream)
 {
-    std::string text, line;
-    while (std::getline(stream, line)) {
-        if (!text.empty() || !line.empty() || !stream.eof()) text += line + (stream.eof() ? "" : "\n");
-    }
+    std::string text;
+    std::getline(stream, text, '\0');
     return text;
 }
 

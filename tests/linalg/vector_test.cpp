@@ -68,16 +68,6 @@ TYPED_TEST(VectorArithmetic, IdentitiesOnRandomVectors)
     }
 }
 
-TYPED_TEST(VectorArithmetic, SupNormAndInfinities)
-{
-    using T = TypeParam;
-    EXPECT_TRUE(same(Vector<T>().supNorm(), Constant<T>::ZERO()));
-    EXPECT_TRUE(same(Vector<T>("[ 2 -3 1 ]").supNorm(), T(3)));
-    EXPECT_EQ(Vector<T>("[ 2 -inf 1 ]").supNorm(), Constant<T>::INF());
-    EXPECT_TRUE(Vector<T>("[ 1 -inf 2 ]").hasInfiniteEntry());
-    EXPECT_FALSE(Vector<T>("[ 1 2 ]").hasInfiniteEntry());
-}
-
 // Entries within 10^-9 are equal, also for isUnit; <= and >= are exact.
 TYPED_TEST(VectorArithmetic, EqualityToleratesTenToTheMinusNineButOrderIsExact)
 {
@@ -99,10 +89,15 @@ TYPED_TEST(VectorArithmetic, EqualityToleratesTenToTheMinusNineButOrderIsExact)
     EXPECT_FALSE(Vector<T>("[ 0 1.000000002 ]").isUnit(2));
 }
 
-// makeInteger rounds halves away from zero; makeOne resizes only when asked.
-TYPED_TEST(VectorArithmetic, MakeIntegerAndMakeOne)
+// supNorm and infinities; makeInteger rounds halves away from zero; makeOne resizes on request.
+TYPED_TEST(VectorArithmetic, SupNormInfinitiesMakeIntegerAndMakeOne)
 {
     using T = TypeParam;
+    EXPECT_TRUE(same(Vector<T>().supNorm(), Constant<T>::ZERO()));
+    EXPECT_TRUE(same(Vector<T>("[ 2 -3 1 ]").supNorm(), T(3)));
+    EXPECT_EQ(Vector<T>("[ 2 -inf 1 ]").supNorm(), Constant<T>::INF());
+    EXPECT_TRUE(Vector<T>("[ 1 -inf 2 ]").hasInfiniteEntry());
+    EXPECT_FALSE(Vector<T>("[ 1 2 ]").hasInfiniteEntry());
     Vector<T> v("[ 2.5 -2.5 0.3333 -0.6667 7 ]");
     v.makeInteger();
     EXPECT_TRUE(same(v, Vector<T>("[ 3 -3 0 -1 7 ]")));
@@ -124,22 +119,19 @@ TEST(VectorSum, IsACopyOfTheLeftOperand)
     EXPECT_EQ((left - right).toString(), "[ 1/2 1:2/3 ]");
 }
 
-TEST(VectorLeadingIndex, ExactUnlessTruncating)
+// In QQ, 10^-9 is the exact boundary of equality; leadingIndex is exact unless truncating.
+TEST(VectorQQ, EqualityBoundaryAndLeadingIndex)
 {
+    const Vector<QQ> a("[ 1 ]");
+    EXPECT_TRUE(a == Vector<QQ>("[ 1000000001/1000000000 ]"));
+    EXPECT_FALSE(a == Vector<QQ>("[ 1000000001000000001/1000000000000000000 ]"));
+    EXPECT_TRUE(a == Vector<QQ>("[ 999999999/1000000000 ]"));
     EXPECT_EQ(Vector<QQ>("[ 0 0 3 4 ]").leadingIndex(), 3);
     EXPECT_EQ(Vector<QQ>("[ 0 0 ]").leadingIndex(), -1);
     const Vector<QQ> tiny("[ 1/1000000000000 2 ]");
     EXPECT_EQ(tiny.leadingIndex(), 1);
     TruncateGuard truncating(true);
     EXPECT_EQ(tiny.leadingIndex(), 2);
-}
-
-TEST(VectorEquality, TenToTheMinusNineIsTheExactBoundaryInQQ)
-{
-    const Vector<QQ> a("[ 1 ]");
-    EXPECT_TRUE(a == Vector<QQ>("[ 1000000001/1000000000 ]"));
-    EXPECT_FALSE(a == Vector<QQ>("[ 1000000001000000001/1000000000000000000 ]"));
-    EXPECT_TRUE(a == Vector<QQ>("[ 999999999/1000000000 ]"));
 }
 
 TEST(VectorOverflow, LongDoubleEntriesAreCheckedQQNever)

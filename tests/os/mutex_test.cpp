@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <chrono>
 #include <semaphore.h>
 #include <sstream>
@@ -24,12 +23,9 @@ bool isFree(const Lock& lock)
 TEST(MutexTypeAccess, ValuesGoInAndOutAndEveryAccessorReleasesTheLock)
 {
     MutexType<long> number;
-    EXPECT_EQ(number.get(), 0);
     number = 42L;
-    EXPECT_EQ(number.get(), 42);
     EXPECT_EQ(number.toString(), "42");
-    std::istringstream input(" -17 rest");
-    input >> number;
+    std::istringstream(" -17 rest") >> number;
     EXPECT_EQ(number.get(), -17);
     number.emptify();
     EXPECT_EQ(number.get(), 0);
@@ -39,12 +35,7 @@ TEST(MutexTypeAccess, ValuesGoInAndOutAndEveryAccessorReleasesTheLock)
     std::ostringstream output;
     output << text;
     EXPECT_EQ(output.str(), "inf");
-    text = std::string("b=c");
-    EXPECT_EQ(text.get(), "b=c");
-    EXPECT_EQ(text.separators, ",");
     EXPECT_TRUE(isFree(text.lock));
-
-    EXPECT_EQ(Constant<MutexType<long>>::EMPTY().get(), 0);
 }
 
 TEST(MutexTypeAccess, CopiesHaveTheirOwnLock)
@@ -55,12 +46,10 @@ TEST(MutexTypeAccess, CopiesHaveTheirOwnLock)
     copy = std::string("y");
     EXPECT_EQ(original.get(), "x");
     original = copy;
-    EXPECT_EQ(original.get(), "y");
     const MutexType<std::string>& same = original;
-    original = same;
+    original = same; // self-assignment must not take the lock twice
     EXPECT_EQ(original.get(), "y");
-    EXPECT_TRUE(isFree(original.lock));
-    EXPECT_TRUE(isFree(copy.lock));
+    EXPECT_TRUE(isFree(original.lock) && isFree(copy.lock));
 }
 
 TEST(MutexTypeAccess, WriterWaitsWhileTheLockIsHeld)
@@ -91,22 +80,19 @@ TEST(MutexVarsAccess, SetCreatesEachKeyOnceAndKeepsTheOrder)
     vars.set(2, "two");
     vars.set(4, "FOUR");
     EXPECT_EQ(keys(vars), std::vector<long>({4, 2}));
-    EXPECT_EQ(vars.get(4), "FOUR");
-    EXPECT_EQ(vars.get(2), "two");
+    EXPECT_EQ(vars.get(4) + vars.get(2), "FOURtwo");
     // An entry made again after the map was emptied starts empty.
     vars.resetAllMembers();
     EXPECT_EQ(vars.get(2), "");
     EXPECT_EQ(vars.dimension(), 1);
 }
 
-TEST(MutexVarsAccess, MainVariablesExistFromTheStartInTheirOrder)
+TEST(MutexVarsAccess, MainVariablesExistFromTheStartInTheirOrderAndCopy)
 {
     MainMutexVars vars;
     EXPECT_EQ(keys(vars),
               std::vector<MainMutexVariable>({MMV_HOST_0, MMV_HOST_1, MMV_HOST_3, MMV_RESET_5,
                                               MMV_SOLUTION_COUNT, MMV_SOLUTIONS, MMV_HOST_4, MMV_RUN_STATE}));
-    for (long i = 1; i <= vars.dimension(); ++i)
-        EXPECT_EQ(vars[i].right.get(), "");
     vars.set(MMV_RUN_STATE, "stopped");
     MainMutexVars copy(vars);
     EXPECT_EQ(copy.get(MMV_RUN_STATE), "stopped");

@@ -30,44 +30,29 @@ Signal::Handler currentHandler(int signal)
     return action.sa_handler;
 }
 
-// Installs counting handlers for SIGINT and SIGTERM and puts the defaults back afterwards.
-class SignalBlocking : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        interrupts = 0;
-        terminations = 0;
-        Signal::signalWhileBlocked = 0;
-        Signal::registerHandler(countInterrupt, countTermination);
+// While blocked, SIGINT and SIGTERM go to the ignoring handler, which notes that one came;
+// unblocking restores the handlers and turns a noted signal (however many came) into one SIGTERM.
+TEST(SignalBlocking, BlockedSignalIsNotedOnceAndComesBackAsTermination)
+{
+    Signal::signalWhileBlocked = 0;
+    Signal::registerHandler(countInterrupt, countTermination);
+    for (int raised : {0, 2}) {
+        SCOPED_TRACE(raised);
+        interrupts = terminations = 0;
+        Signal::blockAll();
+        EXPECT_EQ(currentHandler(SIGINT), &Signal::ignoreHandler);
+        EXPECT_EQ(currentHandler(SIGTERM), &Signal::ignoreHandler);
+        for (int i = 0; i < raised; ++i)
+            std::raise(SIGINT);
+        EXPECT_EQ(Signal::signalWhileBlocked, raised > 0 ? 1 : 0);
+        Signal::unblockAll();
+        EXPECT_EQ(currentHandler(SIGINT), &countInterrupt);
+        EXPECT_EQ(currentHandler(SIGTERM), &countTermination);
+        EXPECT_EQ(interrupts, 0);
+        EXPECT_EQ(terminations, raised > 0 ? 1 : 0);
+        EXPECT_EQ(Signal::signalWhileBlocked, 0);
     }
-    void TearDown() override { Signal::registerHandler(SIG_DFL, SIG_DFL); }
-};
-
-TEST_F(SignalBlocking, WithoutASignalUnblockRestoresTheHandlersAndRaisesNothing)
-{
-    Signal::blockAll();
-    EXPECT_EQ(currentHandler(SIGINT), &Signal::ignoreHandler);
-    EXPECT_EQ(currentHandler(SIGTERM), &Signal::ignoreHandler);
-    Signal::unblockAll();
-    EXPECT_EQ(currentHandler(SIGINT), &countInterrupt);
-    EXPECT_EQ(currentHandler(SIGTERM), &countTermination);
-    EXPECT_EQ(interrupts, 0);
-    EXPECT_EQ(terminations, 0);
-    EXPECT_EQ(Signal::signalWhileBlocked, 0);
-}
-
-TEST_F(SignalBlocking, InterruptWhileBlockedIsNotedAndComesBackAsTermination)
-{
-    Signal::blockAll();
-    std::raise(SIGINT);
-    std::raise(SIGINT);
-    EXPECT_EQ(Signal::signalWhileBlocked, 1);
-    EXPECT_EQ(interrupts, 0);
-    EXPECT_EQ(terminations, 0);
-    Signal::unblockAll();
-    EXPECT_EQ(interrupts, 0);
-    EXPECT_EQ(terminations, 1);
-    EXPECT_EQ(Signal::signalWhileBlocked, 0);
+    Signal::registerHandler(SIG_DFL, SIG_DFL);
 }
 
 TEST(SignalDeathTest, InterruptWhileBlockedEndsTheProcessBySigtermAtUnblock)

@@ -4,13 +4,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <dirent.h>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <set>
 #include <sstream>
 #include <string>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -19,19 +18,18 @@ namespace latopt::testing_tool {
 
 struct ToolRun {
     int status = -1; // exit status, or -1 if the process didn't exit normally
-    int signal = 0;  // the signal that ended it, if one did
     pid_t pid = 0;   // the process id the run had
     std::string out, err;
 };
 
-inline std::string slurp(int descriptor)
+// The content of a file, or "<missing>" when there is none.
+inline std::string fileText(const std::string& name)
 {
-    std::string text;
-    char buffer[4096];
-    for (ssize_t count; (count = read(descriptor, buffer, sizeof buffer)) > 0;)
-        text.append(buffer, static_cast<size_t>(count));
-    close(descriptor);
-    return text;
+    std::ifstream file(name);
+    if (!file) return "<missing>";
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
 }
 
 // Runs the tool with the given argv (argv[0] included) in directory.
@@ -42,8 +40,8 @@ inline ToolRun runTool(const std::vector<std::string>& arguments, const std::str
     const int out = mkstemp(outName);
     const int err = mkstemp(errName);
     ToolRun run;
-    const pid_t child = fork();
-    if (child == 0) {
+    run.pid = fork();
+    if (run.pid == 0) {
         if (chdir(directory.c_str()) != 0) _exit(127);
         dup2(out, STDOUT_FILENO);
         dup2(err, STDERR_FILENO);
@@ -55,14 +53,12 @@ inline ToolRun runTool(const std::vector<std::string>& arguments, const std::str
         _exit(127);
     }
     int status = 0;
-    waitpid(child, &status, 0);
-    run.pid = child;
+    waitpid(run.pid, &status, 0);
     if (WIFEXITED(status)) run.status = WEXITSTATUS(status);
-    if (WIFSIGNALED(status)) run.signal = WTERMSIG(status);
-    lseek(out, 0, SEEK_SET);
-    lseek(err, 0, SEEK_SET);
-    run.out = slurp(out);
-    run.err = slurp(err);
+    run.out = fileText(outName);
+    run.err = fileText(errName);
+    for (const int descriptor : {out, err})
+        close(descriptor);
     unlink(outName);
     unlink(errName);
     return run;
@@ -77,41 +73,23 @@ protected:
         ASSERT_NE(mkdtemp(pattern), nullptr);
         directory = pattern;
     }
-    void TearDown() override
-    {
-        for (const std::string& name : listing())
-            std::remove(path(name).c_str());
-        rmdir(directory.c_str());
-    }
+    void TearDown() override { std::filesystem::remove_all(directory); }
     std::string path(const std::string& name) const { return directory + "/" + name; }
     std::set<std::string> listing() const
     {
         std::set<std::string> names;
-        DIR* handle = opendir(directory.c_str());
-        while (dirent* entry = readdir(handle))
-            if (std::string(entry->d_name) != "." && std::string(entry->d_name) != "..")
-                names.insert(entry->d_name);
-        closedir(handle);
+        for (const auto& entry : std::filesystem::directory_iterator(directory))
+            names.insert(entry.path().filename());
         return names;
     }
     void write(const std::string& name, const std::string& text) const { std::ofstream(path(name)) << text; }
-    // The content of a file, or "<missing>" when there is none.
-    std::string read(const std::string& name) const
-    {
-        std::ifstream file(path(name));
-        if (!file) return "<missing>";
-        std::ostringstream text;
-        text << file.rdbuf();
-        return text.str();
-    }
+    std::string read(const std::string& name) const { return fileText(path(name)); }
     // A program from tests/data/tool as prog.opt.
     void useProgram(const std::string& dataName) const
     {
-        std::ifstream source(std::string(LATOPT_TEST_DATA) + "/tool/" + dataName);
-        ASSERT_TRUE(source) << dataName;
-        std::ostringstream text;
-        text << source.rdbuf();
-        write("prog.opt", text.str());
+        const std::string text = fileText(std::string(LATOPT_TEST_DATA) + "/tool/" + dataName);
+        ASSERT_NE(text, "<missing>") << dataName;
+        write("prog.opt", text);
     }
     ToolRun run(const std::string& solName = "prog.sol") const
     {

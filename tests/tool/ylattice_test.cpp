@@ -11,20 +11,13 @@
 namespace latopt::testing_tool {
 namespace {
 
-template <class Lattice>
-std::vector<std::string> recordLines(const Lattice& lattice)
-{
-    std::vector<std::string> lines;
-    for (long i = 1; i <= lattice.stars.MN; ++i)
-        lines.push_back(lattice.stars[i].toString());
-    return lines;
-}
-
 class YLatticeRun : public ToolSandbox {
 protected:
     // The steps of a run up to the records, as the tool takes them.
-    void readAll(YLattice<long double>& run) const
+    void readAll(YLattice<long double>& run, const char* program, const std::string& records) const
     {
+        useProgram(program);
+        write("prog.sol", records);
         run.setFileNames(path("prog.sol"));
         run.readOptFile();
         run.switchToXtraLatPrecision();
@@ -41,11 +34,8 @@ const std::string ELEVEN_DIGIT_RECORDS = "[ 1 30000000002 ] | 0 | [ 0 ] | 0 | 1 
 
 TEST_F(YLatticeRun, AFallbackRestoresTheStateAndGivesTheResultOfAnExactPass)
 {
-    useProgram("eleven_digits.opt");
-    write("prog.sol", ELEVEN_DIGIT_RECORDS);
-
     YLattice<long double> guarded;
-    readAll(guarded);
+    readAll(guarded, "eleven_digits.opt", ELEVEN_DIGIT_RECORDS);
     guarded.switchToStandardLatPrecision();
     ASSERT_FALSE(guarded.useXtraPrecision);
     const unsigned long depth = THREAD_DEPTH;
@@ -55,51 +45,48 @@ TEST_F(YLatticeRun, AFallbackRestoresTheStateAndGivesTheResultOfAnExactPass)
 
     // The reference: the same pass on the exact lattice, which still holds the records as read.
     YLattice<long double> exact;
-    readAll(exact);
+    readAll(exact, "eleven_digits.opt", ELEVEN_DIGIT_RECORDS);
     exact.extra.checkStars();
-    const std::vector<std::string> expected = recordLines(exact.extra);
-    ASSERT_EQ(expected.size(), 3u) << "the first record is removed, the one behind it is skipped";
-
-    std::vector<std::string> actual;
-    for (long i = 1; i <= guarded.standard.stars.MN; ++i) {
+    ASSERT_EQ(exact.extra.stars.MN, 3) << "the first record is removed, the one behind it is skipped";
+    ASSERT_EQ(guarded.standard.stars.MN, 3);
+    for (long i = 1; i <= 3; ++i) {
         Star<QQ> up;
         up._assign(guarded.standard.stars[i]);
-        actual.push_back(up.toString());
+        EXPECT_EQ(up.toString(), exact.extra.stars[i].toString());
     }
-    EXPECT_EQ(actual, expected);
 }
 
 TEST_F(YLatticeRun, AStepThatNeedsNoFallbackStaysInStandardPrecision)
 {
-    useProgram("three_targets.opt");
-    write("prog.sol", "[ 1 2 3 ]\n[ 6 0 0 ]\n[ 2 2 2 ]\n");
     YLattice<long double> run;
-    readAll(run);
+    readAll(run, "three_targets.opt", "[ 1 2 3 ]\n[ 6 0 0 ]\n[ 2 2 2 ]\n");
     run.switchToStandardLatPrecision();
-    EXPECT_TRUE(run.checkStars() == false);
+    EXPECT_FALSE(run.checkStars());
     EXPECT_FALSE(run.useXtraPrecision);
     EXPECT_EQ(run.standard.stars.MN, 2);
 }
 
 TEST_F(YLatticeRun, AFailingDownwardCopyKeepsTheRunInExtraPrecision)
 {
-    useProgram("huge.opt");
-    write("prog.sol", "[ 1000000000000000000001 1000000000000000000000 ] | 0 | [ 0 ] | 0 | 5 | --beta=20\n");
+    const std::string record = "[ 1000000000000000000001 1000000000000000000000 ] | 1000000000000000000001 | "
+                               "[ 1000000000000000000001 ] "
+                               "| 0 | 5 | --beta=20";
     YLattice<long double> run;
-    readAll(run);
+    readAll(run, "huge.opt",
+            "[ 1000000000000000000001 1000000000000000000000 ] | 0 | [ 0 ] | 0 | 5 | --beta=20\n");
     EXPECT_THROW(run.switchToStandardLatPrecision(), PrecisionException);
     EXPECT_TRUE(run.useXtraPrecision);
     // The next guarded step runs on the exact lattice and can't come down either.
     EXPECT_TRUE(run.checkStars());
     EXPECT_TRUE(run.useXtraPrecision);
     ASSERT_EQ(run.extra.stars.MN, 1);
-    EXPECT_EQ(run.extra.stars[1].toString(), "[ 1000000000000000000001 1000000000000000000000 ] | "
-                                             "1000000000000000000001 | [ 1000000000000000000001 ] | 0 | 5 | "
-                                             "--beta=20");
+    EXPECT_EQ(run.extra.stars[1].toString(), record);
 }
 
 TEST_F(YLatticeRun, VerbosityTwoShowsTheSwitchesAtTheIndentationOfTheRun)
 {
+    const std::string switches =
+        "|    |-> Switching to extended precision\n|    |-> Using standard precision\n";
     useProgram("eleven_digits.opt");
     write("prog.sol", ELEVEN_DIGIT_RECORDS);
     YLattice<long double> run;
@@ -107,9 +94,7 @@ TEST_F(YLatticeRun, VerbosityTwoShowsTheSwitchesAtTheIndentationOfTheRun)
     run.setFileNames(path("prog.sol"));
     testing::internal::CaptureStdout();
     run.readOptFile();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "|-> Reading opt file ...\n"
-                                                      "|    |-> Switching to extended precision\n"
-                                                      "|    |-> Using standard precision\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "|-> Reading opt file ...\n" + switches);
     EXPECT_EQ(THREAD_DEPTH, 0u);
     run.switchToXtraLatPrecision();
     run.readStarsFromSolFile(false);
@@ -118,15 +103,13 @@ TEST_F(YLatticeRun, VerbosityTwoShowsTheSwitchesAtTheIndentationOfTheRun)
     std::cout << BEGINL() << " Checking" << LF();
     run.checkStars();
     std::cout << ENDL(true);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "|-> Checking\n"
-                                                      "|    |-> Switching to extended precision\n"
-                                                      "|    |-> Using standard precision\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "|-> Checking\n" + switches);
     EXPECT_EQ(THREAD_DEPTH, 0u);
 }
 
+// main keeps the run on its stack; the usual 8 MiB must hold it with room to spare.
 TEST(YLatticeSize, TheRunFitsOnTheDefaultStack)
 {
-    // main keeps the run on its stack; the usual 8 MiB must hold it with room to spare.
     EXPECT_LT(sizeof(YLattice<long double>), 256u * 1024u);
 }
 
