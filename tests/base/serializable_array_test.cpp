@@ -33,7 +33,7 @@ std::vector<T> elements(const Array<T>& array)
 }
 
 // A line feed among the separators makes the margin a line feed; the first separator divides.
-TEST(SerializableArrayText, FormsOfTheBrackets)
+TEST(SerializableArrayText, FormsOfTheBracketsAndCopiesKeepTheSettings)
 {
     SerializableArray<long> numbers;
     EXPECT_EQ(numbers.toString(), "[ ]");
@@ -80,6 +80,10 @@ TEST(SerializableArrayText, ReadsTheseForms)
     std::string rest;
     stream >> rest;
     EXPECT_EQ(rest, "rest");
+    SerializableArray<long> original(",", true, true);
+    const SerializableArray<long> copy(original);
+    EXPECT_EQ(copy.separators, ", ");
+    EXPECT_TRUE(copy.allowComments && copy.lineBased);
 }
 
 // Long doubles travel as 17 significant digits: the value comes back to within that, and the
@@ -103,8 +107,9 @@ TEST(SerializableArrayText, RandomLongDoublesRoundTrip)
     }
 }
 
-// Separators "|;" become "|; ": the blank and ";" are escaped, "|" (the first) never is.
-TEST(SerializableArrayText, SeparatorsInsideStringsAreEscapedButTheFirst)
+// Separators "|;" become "|; ": the blank and ";" are escaped, "|" (the first) never is; the
+// blank inside a pair is escaped too.
+TEST(SerializableArrayText, SeparatorsInsideElementsAreEscapedButTheFirst)
 {
     SerializableArray<String> strings("|;");
     for (const char* text : {"a b", "c;d", "e"})
@@ -115,10 +120,6 @@ TEST(SerializableArrayText, SeparatorsInsideStringsAreEscapedButTheFirst)
     first.pushBack("x|y");
     EXPECT_EQ(first.toString(), "[ x|y ]");
     EXPECT_EQ(elements(readArray<String>(first.toString(), "|")), (std::vector<String>{"x", "y"}));
-}
-
-TEST(SerializableArrayText, PairsRoundTripWhereTheBlankIsEscaped)
-{
     using Entry = RightOrderPair<long, long double>;
     SerializableArray<Entry> pairs("\n");
     pairs.pushBack(Entry(3, 2.5L));
@@ -128,14 +129,6 @@ TEST(SerializableArrayText, PairsRoundTripWhereTheBlankIsEscaped)
     ASSERT_EQ(back.MN, 2);
     EXPECT_TRUE(back[1].left == 3 && back[1].right == 2.5L);
     EXPECT_TRUE(back[2].left == 1 && back[2].right == -0.125L);
-}
-
-TEST(SerializableArrayText, CopiesKeepTheTextSettings)
-{
-    SerializableArray<long> original(",", true, true);
-    const SerializableArray<long> copy(original);
-    EXPECT_EQ(copy.separators, ", ");
-    EXPECT_TRUE(copy.allowComments && copy.lineBased);
 }
 
 TEST(SerializableArrayDeathTest, TextWithoutBracketIsFatal)

@@ -42,6 +42,11 @@ TEST(StreamComments, TakesOneCommentAndReportsTheNextCharacter)
         {"/", false, '/', "/"},
         {"x/* c */", false, 'x', "x/* c */"},
         {"**/", false, '*', "**/"},
+        {"/* never closed", true, END_OF_INPUT, ""}, // end of input ends an open comment
+        {"/* ends in star *", true, END_OF_INPUT, ""},
+        {"// last line", true, END_OF_INPUT, ""},
+        {"/*", true, END_OF_INPUT, ""},
+        {"//", true, END_OF_INPUT, ""},
     };
     for (const CommentCase& c : cases) {
         SCOPED_TRACE(c.input);
@@ -53,19 +58,7 @@ TEST(StreamComments, TakesOneCommentAndReportsTheNextCharacter)
     }
 }
 
-TEST(StreamComments, EndOfInputEndsAnOpenComment)
-{
-    for (const char* input : {"/* never closed", "/* ends in star *", "// last line", "/*", "//"}) {
-        SCOPED_TRACE(input);
-        std::istringstream stream(input);
-        char next = 0;
-        EXPECT_TRUE(skipOverComments(stream, next));
-        EXPECT_EQ(next, END_OF_INPUT);
-        EXPECT_FALSE(peekNextCharacter(stream, next));
-    }
-}
-
-TEST(StreamSeparators, OneOrAll)
+TEST(StreamSeparators, OneOrAllAndThePipe)
 {
     std::istringstream stream(" \t 5");
     char next = 0;
@@ -77,6 +70,15 @@ TEST(StreamSeparators, OneOrAll)
     EXPECT_EQ(stream.get(), '5');
     EXPECT_FALSE(skipOverSeparators(stream, " \t", true, &next));
     EXPECT_EQ(next, END_OF_INPUT);
+    // The pipe is taken only when it is next.
+    std::istringstream pipe(" /* c */ | 12 x");
+    EXPECT_TRUE(skipOverPipeSeparators(pipe));
+    long value = 0;
+    pipe >> value;
+    EXPECT_EQ(value, 12);
+    EXPECT_FALSE(skipOverPipeSeparators(pipe));
+    EXPECT_EQ(pipe.get(), 'x');
+    EXPECT_FALSE(skipOverPipeSeparators(pipe));
 }
 
 TEST(StreamSeparators, CommentsAndSeparatorsTogether)
@@ -103,18 +105,6 @@ TEST(StreamSeparators, CommentsAndSeparatorsTogether)
     std::istringstream stream("  /* a */ // b\n  7");
     skipOverCommentsAndSeparators(stream, " ", nullptr);
     EXPECT_EQ(stream.peek(), '\n');
-}
-
-TEST(StreamSeparators, PipeIsTakenOnlyWhenItIsNext)
-{
-    std::istringstream stream(" /* c */ | 12 x");
-    EXPECT_TRUE(skipOverPipeSeparators(stream));
-    long value = 0;
-    stream >> value;
-    EXPECT_EQ(value, 12);
-    EXPECT_FALSE(skipOverPipeSeparators(stream));
-    EXPECT_EQ(stream.get(), 'x');
-    EXPECT_FALSE(skipOverPipeSeparators(stream));
 }
 
 // The text of a value is what a stream of the same format writes: random integers of every length

@@ -17,7 +17,7 @@ std::vector<std::string> pieces(const Array<String>& array)
 
 using Pieces = std::vector<std::string>;
 
-TEST(StringExplode, ByCharacterAsGetlineTakesThem)
+TEST(StringExplode, ByCharacterAsGetlineTakesThemByExpressionBetweenMatches)
 {
     EXPECT_EQ(pieces(String("a|b|").explode('|')), (Pieces{"a", "b"}));
     EXPECT_EQ(pieces(String("a||b").explode('|')), (Pieces{"a", "", "b"}));
@@ -25,10 +25,6 @@ TEST(StringExplode, ByCharacterAsGetlineTakesThem)
     EXPECT_EQ(pieces(String("abc").explode('|')), (Pieces{"abc"}));
     EXPECT_EQ(String("").explode('|').MN, 0);
     EXPECT_EQ(pieces(String("|").explode('|')), (Pieces{""}));
-}
-
-TEST(StringExplode, ByExpressionSplitsBetweenMatches)
-{
     EXPECT_EQ(pieces(String("a, b,c").explode(String(",\\s*"))), (Pieces{"a", "b", "c"}));
     EXPECT_EQ(pieces(String("--x=1 --y=2").explode(String(" +"))), (Pieces{"--x=1", "--y=2"}));
     // The token iterator drops a trailing empty piece but keeps a leading one.
@@ -63,7 +59,7 @@ TEST(StringMatch, SearchAnywhereWithGroupsAndCase)
     EXPECT_EQ(groups[1].str(), "20");
 }
 
-TEST(StringTrim, DefaultSetAndOwnSets)
+TEST(StringTrimEndsWithCase, SetsSuffixesAndCharacterWiseCase)
 {
     const String padded(" \t\n\r\f\vcore \v\f\r\n\t ");
     EXPECT_EQ(padded.trim(), "core");
@@ -71,10 +67,6 @@ TEST(StringTrim, DefaultSetAndOwnSets)
     EXPECT_EQ(padded.rtrim(), " \t\n\r\f\vcore");
     EXPECT_EQ(String("xxaxx").trim("x"), "a");
     EXPECT_EQ(String("   ").trim(), "");
-}
-
-TEST(StringEndsWithAndCase, SuffixesAndCharacterWiseCase)
-{
     EXPECT_TRUE(String("run.sol").endsWith(".sol"));
     EXPECT_TRUE(String(".sol").endsWith(".sol"));
     EXPECT_FALSE(String("sol").endsWith(".sol"));

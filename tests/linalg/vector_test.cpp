@@ -107,18 +107,6 @@ TYPED_TEST(VectorArithmetic, SupNormInfinitiesMakeIntegerAndMakeOne)
     EXPECT_TRUE(same(v, Vector<T>("[ 1 1 1 ]")));
 }
 
-// The result of a sum or difference is a copy of the left operand, text settings included.
-TEST(VectorSum, IsACopyOfTheLeftOperand)
-{
-    Vector<QQ> left("[ 1 2 ]");
-    left.separators = ";";
-    left.allowComments = false;
-    const Vector<QQ> right("[ 1/2 1/3 ]");
-    for (const Vector<QQ>& result : {left + right, left - right})
-        EXPECT_TRUE(result.separators == ";" && !result.allowComments);
-    EXPECT_EQ((left - right).toString(), "[ 1/2 1:2/3 ]");
-}
-
 // In QQ, 10^-9 is the exact boundary of equality; leadingIndex is exact unless truncating.
 TEST(VectorQQ, EqualityBoundaryAndLeadingIndex)
 {
@@ -207,7 +195,7 @@ TEST(VectorText, RandomRoundTrips)
     }
 }
 
-TEST(VectorConversion, AcrossNumberTypesKeepsSeparatorsAndValues)
+TEST(VectorTextSettings, TravelWithConversionsSumsAndDifferences)
 {
     Vector<QQ> exact("[ 1/4 -3 5:1/2 ]");
     exact.separators = ",";
@@ -215,6 +203,14 @@ TEST(VectorConversion, AcrossNumberTypesKeepsSeparatorsAndValues)
     EXPECT_EQ(standard.separators, ",");
     EXPECT_EQ(written(standard), "[ 0.25 -3 5.5 ]");
     EXPECT_TRUE(same(Vector<QQ>(standard), exact));
+    // A sum or difference is a copy of the left operand, text settings included.
+    Vector<QQ> leftOperand("[ 1 2 ]");
+    leftOperand.separators = ";";
+    leftOperand.allowComments = false;
+    const Vector<QQ> rightOperand("[ 1/2 1/3 ]");
+    for (const Vector<QQ>& result : {leftOperand + rightOperand, leftOperand - rightOperand})
+        EXPECT_TRUE(result.separators == ";" && !result.allowComments);
+    EXPECT_EQ((leftOperand - rightOperand).toString(), "[ 1/2 1:2/3 ]");
 }
 
 template <class T>
