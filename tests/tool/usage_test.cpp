@@ -1,4 +1,5 @@
-// End-to-end runs of the built tool on command lines it must refuse or accept.
+// End-to-end runs of the built tool on command lines it must refuse (the accepted ones run in
+// run_test.cpp).
 #include "tool_run.h"
 
 #include <gtest/gtest.h>
@@ -42,23 +43,6 @@ TEST_F(ToolCommandLine, WrongCommandLinesPrintUsageAndTouchNothing)
         ASSERT_EQ(stat(path("x.txt").c_str(), &status), 0);
         EXPECT_EQ(status.st_mtime, 1000000000);
         EXPECT_EQ(read("x.txt"), "unchanged\n");
-    }
-}
-
-// Names ending in ".sol" pass the check; each has a copy of the example program beside it, so
-// the run that follows has what it needs (the solution files themselves don't exist).
-TEST_F(ToolCommandLine, NamesEndingInSolAreAccepted)
-{
-    useProgram("../../../examples/example.opt");
-    ASSERT_EQ(mkdir(path("dir").c_str(), 0700), 0);
-    write(".sol.opt", read("prog.opt")); // ".sol" has no stem, so its program is ".sol.opt"
-    write("dir/run.opt", read("prog.opt"));
-    for (const char* name : {"prog.sol", ".sol", "dir/run.sol"}) {
-        SCOPED_TRACE(name);
-        const ToolRun result = runTool({"latopt", name}, directory);
-        EXPECT_EQ(result.out, "\n\n");
-        EXPECT_EQ(result.err, "");
-        EXPECT_EQ(result.status, 0);
     }
 }
 
