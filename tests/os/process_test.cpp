@@ -77,8 +77,14 @@ TEST(SemaphoreLeakDeathTest, FatalExitWithLiveLocksLeavesNoSemaphore)
     sem_close(probeSemaphore);
     EXPECT_TRUE(semaphoreFilesOf(getpid()).empty());
 
-    // The child writes its process id; the parent looks for its semaphores after its end.
-    const std::string pidFile = testing::TempDir() + "latopt_leak_child_pid";
+    // The child writes its process id; the parent looks for its semaphores after its end. The
+    // child runs the test anew, so it takes the file's name, unique per parent, from the
+    // environment.
+    const char* inherited = std::getenv("LATOPT_LEAK_PID_FILE");
+    const std::string pidFile =
+        inherited != nullptr ? inherited
+                             : testing::TempDir() + "latopt_leak_child_pid_" + std::to_string(getpid());
+    ::setenv("LATOPT_LEAK_PID_FILE", pidFile.c_str(), 1);
     const auto stopWithLocksAlive = [&] {
         std::ofstream(pidFile) << getpid();
         auto locks = std::make_unique<Lock[]>(5);
@@ -91,6 +97,7 @@ TEST(SemaphoreLeakDeathTest, FatalExitWithLiveLocksLeavesNoSemaphore)
     long child = 0;
     ASSERT_TRUE(std::ifstream(pidFile) >> child);
     std::remove(pidFile.c_str());
+    ::unsetenv("LATOPT_LEAK_PID_FILE");
     EXPECT_TRUE(semaphoreFilesOf(child).empty());
 }
 
