@@ -1,6 +1,7 @@
 // qq_reference.h: what the QQ tests compare against. Fraction is a reduced fraction in __int128,
 // independent of QQ; expectedQQ() writes it into QQ's fields in the mixed normal form without
-// calling any QQ code, and sameQQ() compares all fields and checks the normal form.
+// calling any QQ code, and sameQQ() compares all fields and checks the normal form. The __int128
+// helpers (toText, magnitude, gcd, randomBelow) serve the ZZ tests as well.
 #pragma once
 
 #include "arith/qq.h"
