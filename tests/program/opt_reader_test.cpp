@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <set>
 #include <sstream>
 #include <string>
@@ -34,14 +35,7 @@ std::string failRegex(const std::string& text)
     return "^\n\\*\\*\\* FAIL: " + escaped + "\n$";
 }
 
-void readFile(const std::string& name)
-{
-    Vorm<QQ> program;
-    program.optFile = optPath(name);
-    program.readOptFile();
-}
-
-Vorm<QQ> readValid(const std::string& name)
+Vorm<QQ> read(const std::string& name)
 {
     Vorm<QQ> program;
     program.optFile = optPath(name);
@@ -50,16 +44,17 @@ Vorm<QQ> readValid(const std::string& name)
     return program;
 }
 
-// ---- Every check of the reader, each from a file that is valid but for one fault. ----
-// tests/data/opt/fault_<block>_*.opt (and order_*.opt, two faults of which the earlier check
-// wins) begin with the line "// FAIL: <text>", the exact text of the stop they must cause.
+// Every check of the reader, each from a file that is valid but for one fault: the files
+// tests/data/opt/fault_*.opt (and order_*.opt, two faults of which the earlier check wins) begin
+// with the line "// FAIL: <text>", the exact text of the stop they must cause.
 
-std::vector<std::string> filesOf(const std::string& prefix)
+std::vector<std::string> filesOf(std::initializer_list<const char*> prefixes)
 {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(optPath("")))
-        if (entry.path().filename().string().rfind(prefix, 0) == 0)
-            names.push_back(entry.path().filename().string());
+        for (const char* prefix : prefixes)
+            if (entry.path().filename().string().rfind(prefix, 0) == 0)
+                names.push_back(entry.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
 }
@@ -76,7 +71,7 @@ class OptReaderDeathTest : public testing::TestWithParam<std::string> {};
 
 TEST_P(OptReaderDeathTest, StopsWithTheTextOfTheFirstFailingCheck)
 {
-    EXPECT_EXIT(readFile(GetParam()), testing::ExitedWithCode(1), failRegex(expectedStop(GetParam())));
+    EXPECT_EXIT(read(GetParam()), testing::ExitedWithCode(1), failRegex(expectedStop(GetParam())));
 }
 
 std::string stem(const testing::TestParamInfo<std::string>& info)
@@ -84,39 +79,31 @@ std::string stem(const testing::TestParamInfo<std::string>& info)
     return info.param.substr(0, info.param.size() - 4);
 }
 
-INSTANTIATE_TEST_SUITE_P(TargetBlocks, OptReaderDeathTest, testing::ValuesIn(filesOf("fault_targets_")),
-                         stem);
-INSTANTIATE_TEST_SUITE_P(EquationBlocks, OptReaderDeathTest, testing::ValuesIn(filesOf("fault_equations_")),
-                         stem);
-INSTANTIATE_TEST_SUITE_P(InequationBlocks, OptReaderDeathTest,
-                         testing::ValuesIn(filesOf("fault_inequations_")), stem);
-INSTANTIATE_TEST_SUITE_P(VariableBlocks, OptReaderDeathTest, testing::ValuesIn(filesOf("fault_variables_")),
-                         stem);
-INSTANTIATE_TEST_SUITE_P(CheckOrder, OptReaderDeathTest, testing::ValuesIn(filesOf("order_")), stem);
+INSTANTIATE_TEST_SUITE_P(Files, OptReaderDeathTest, testing::ValuesIn(filesOf({"fault_", "order_"})), stem);
 
 TEST(OptReaderFaultFiles, CoverEveryReachableCheck)
 {
     // 18 texts: all checks but the column count of At, which n is taken from whenever At has rows.
     std::set<std::string> texts;
-    for (const std::string& name : filesOf("fault_"))
+    for (const std::string& name : filesOf({"fault_"}))
         texts.insert(expectedStop(name));
     EXPECT_EQ(texts.size(), 18u);
 }
 
 TEST(OptReaderFileDeathTest, MissingFileStopsWithItsName)
 {
-    EXPECT_EXIT(readFile("no_such_file.opt"), testing::ExitedWithCode(1),
+    EXPECT_EXIT(read("no_such_file.opt"), testing::ExitedWithCode(1),
                 failRegex("Could not read opt file: " + optPath("no_such_file.opt")));
 }
 
-// ---- Valid files: the example of the format, known target values, no targets, comments
-// everywhere. <name>.expected holds the whole program as read. ----
+// Valid files: the example of the format, known target values, no targets, comments everywhere.
+// <name>.expected holds the whole program as read.
 
 TEST(OptReaderValidFiles, ReadAsExpected)
 {
     for (const std::string name : {"example", "known_targets", "no_targets", "comments"}) {
         SCOPED_TRACE(name);
-        Vorm<QQ> program = readValid(name + ".opt");
+        Vorm<QQ> program = read(name + ".opt");
         EXPECT_EQ(program.optFile, optPath(name + ".opt"));
         program.optFile.clear();
         std::ifstream file(optPath(name + ".expected"));
@@ -128,14 +115,14 @@ TEST(OptReaderValidFiles, ReadAsExpected)
 
 TEST(OptReaderValidFiles, ReadingAgainReplacesEverythingButTheFileNames)
 {
-    Vorm<QQ> program = readValid("known_targets.opt");
+    Vorm<QQ> program = read("known_targets.opt");
     program.constantVariables(4) = QQ(9);
     program.stars.setDimension(2);
     program.slackified = true;
     program.ltu = QQ(-3);
     program.optFile = optPath("example.opt");
     program.readOptFile();
-    EXPECT_EQ(describe(program), describe(readValid("example.opt")));
+    EXPECT_EQ(describe(program), describe(read("example.opt")));
 }
 
 } // namespace
