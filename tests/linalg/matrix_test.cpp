@@ -20,14 +20,7 @@ using testing_support::rounds;
 using testing_support::same;
 using testing_support::seedTrace;
 using testing_support::testSeed;
-
-template <class T>
-std::string written(const Matrix<T>& m)
-{
-    std::ostringstream stream;
-    m.serialize(stream);
-    return stream.str();
-}
+using testing_support::written;
 
 template <class T>
 Matrix<T> identity(long n)

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <functional>
 #include <random>
+#include <sstream>
 #include <string>
 
 namespace latopt::testing_support {
@@ -104,6 +105,15 @@ inline void expectFail(const std::function<void()>& action, const std::string& m
 {
     SCOPED_TRACE(message);
     EXPECT_EXIT(action(), ::testing::ExitedWithCode(1), "\\*\\*\\* FAIL: " + message + "\n");
+}
+
+// The text form that serialize writes.
+template <class S>
+std::string written(const S& value)
+{
+    std::ostringstream stream;
+    value.serialize(stream);
+    return stream.str();
 }
 
 } // namespace latopt::testing_support
