@@ -16,6 +16,21 @@ namespace {
 using namespace qq_reference;
 
 class QqArithmetic : public QqSwitches {};
+
+using Operation = void (*)(QQ&, QQ const&, QQ const&);
+const Operation OPERATIONS[] = {QQ::add, QQ::sub, QQ::mul, QQ::div};
+
+// The operation with the word paths, checked field by field against the limb algorithms.
+QQ wordResultAsLimbs(Operation operation, const QQ& a, const QQ& b)
+{
+    QQ word, limb;
+    QQ::enableFastPaths = true;
+    operation(word, a, b);
+    QQ::enableFastPaths = false;
+    operation(limb, a, b);
+    EXPECT_TRUE(sameQQ(word, limb));
+    return word;
+}
 class QqTruncate : public QqSwitches {};
 
 QQ inf(bool positive)
@@ -69,21 +84,14 @@ TEST_F(QqArithmetic, WordPathsEqualLimbAlgorithmsAliasingAndFieldIdentities)
     const unsigned long long seed = testSeed() + 1;
     SCOPED_TRACE(seedTrace(seed));
     std::mt19937_64 engine(seed);
-    using Operation = void (*)(QQ&, QQ const&, QQ const&);
-    const Operation operations[] = {QQ::add, QQ::sub, QQ::mul, QQ::div};
     for (long round = 0; round < rounds(300); ++round) {
         const int digits = round % 3 == 0 ? 170 : 70;
         const QQ a(randomFractionText(engine, digits).c_str());
         QQ b(randomFractionText(engine, digits).c_str());
         if (b.isZero()) b = 3;
         SCOPED_TRACE(fields(a) + " and " + fields(b));
-        for (Operation operation : operations) {
-            QQ word, limb;
-            QQ::enableFastPaths = true;
-            operation(word, a, b);
-            QQ::enableFastPaths = false;
-            operation(limb, a, b);
-            EXPECT_TRUE(sameQQ(word, limb));
+        for (Operation operation : OPERATIONS) {
+            const QQ word = wordResultAsLimbs(operation, a, b);
             QQ::enableFastPaths = round % 2 == 0;
             QQ first = a, second = b, both = b, square;
             operation(first, first, b);
@@ -173,8 +181,6 @@ TEST_F(QqArithmetic, OperandsOutOfNormalFormGiveNormalResults)
     const unsigned long long seed = testSeed() + 5;
     SCOPED_TRACE(seedTrace(seed));
     std::mt19937_64 engine(seed);
-    using Operation = void (*)(QQ&, QQ const&, QQ const&);
-    const Operation operations[] = {QQ::add, QQ::sub, QQ::mul, QQ::div};
     for (long round = 0; round < rounds(200); ++round) {
         QQ a(randomFractionText(engine, 40).c_str());
         QQ b(randomFractionText(engine, 40).c_str());
@@ -182,14 +188,8 @@ TEST_F(QqArithmetic, OperandsOutOfNormalFormGiveNormalResults)
         b.truncate(1 + engine() % 25);
         if (b.isZero()) b = QQ("1/7");
         SCOPED_TRACE(fields(a) + " and " + fields(b));
-        for (Operation operation : operations) {
-            QQ word, limb;
-            QQ::enableFastPaths = true;
-            operation(word, a, b);
-            QQ::enableFastPaths = false;
-            operation(limb, a, b);
-            EXPECT_TRUE(sameQQ(word, limb));
-        }
+        for (Operation operation : OPERATIONS)
+            wordResultAsLimbs(operation, a, b);
         QQ::enableFastPaths = true;
         // a + 0 normalises a without changing its value.
         const QQ normal = a + QQ(0);
