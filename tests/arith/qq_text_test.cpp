@@ -101,6 +101,71 @@ TEST(QqText, ShortDecimalsMatchTheirFractions)
     }
 }
 
+// Long decimals against the reduction of their fraction by Euclid: integer + D / 10^(k + digits of
+// D), D the digits behind the point and its k leading zeroes with its low zeroes removed. D is
+// often a multiple of a high power of 2 or 5, which the reader divides out without a Euclid.
+TEST(QqText, LongDecimalsMatchTheirReducedFractions)
+{
+    const unsigned long long seed = testSeed() + 11;
+    SCOPED_TRACE(seedTrace(seed));
+    std::mt19937_64 engine(seed);
+    auto randomDigits = [&](long count) {
+        std::string digits;
+        for (long i = 0; i < count; ++i)
+            digits += static_cast<char>('0' + engine() % 10);
+        return digits;
+    };
+    auto zz = [](const std::string& digits) {
+        ZZ value;
+        value = digits.c_str();
+        return value;
+    };
+    for (long round = 0; round < rounds(60); ++round) {
+        ZZ numerator = zz(randomDigits(1 + static_cast<long>(engine() % 40)));
+        ZZ power;
+        ZZ::pow(ZZ(engine() % 2 == 0 ? 2 : 5), ZZ(static_cast<long>(engine() % 400)), power);
+        if (engine() % 3 != 0) numerator = numerator * power;
+        if (numerator.isZero()) numerator = 7;
+        const std::string zeroes(engine() % 20, '0');
+        const std::string integer = randomDigits(static_cast<long>(engine() % 30));
+        const bool negative = engine() % 2 == 0;
+        const std::string text =
+            (negative ? "-" : "") + integer + "." + zeroes + numerator.getStringRepresentation();
+        SCOPED_TRACE(text);
+        numerator.removeZeroTrailer();
+        ZZ denominator;
+        ZZ::pow(ZZ(10), ZZ(static_cast<long>(zeroes.size()) + numerator.digits()), denominator);
+        QQ expected = QQ(zz(integer)) + QQ(numerator, denominator);
+        if (negative) expected = -expected;
+        EXPECT_TRUE(sameQQ(QQ(text.c_str()), expected));
+    }
+}
+
+// Number text nests behind points, colons and exponent letters; no depth of nesting costs stack.
+TEST(QqText, DeeplyNestedTextReadsWithoutRecursion)
+{
+    const long depth = 200000;
+    EXPECT_TRUE(sameQQ(QQ((std::string(depth, '.') + "5").c_str()), QQ(0)));
+    EXPECT_TRUE(sameQQ(QQ(("2" + std::string(depth, ',') + "5").c_str()), QQ(2)));
+    EXPECT_TRUE(sameQQ(QQ(("-" + std::string(depth, ':') + "1/2").c_str()), expectedQQ(Fraction(-1, 2))));
+    std::string exponents = "3";
+    for (long i = 0; i < depth / 2; ++i)
+        exponents += "e0";
+    EXPECT_TRUE(sameQQ(QQ(exponents.c_str()), QQ(3)));
+    std::string colons;
+    for (long i = 0; i < depth / 2; ++i)
+        colons += ":1";
+    EXPECT_EXIT(QQ{colons.c_str()}, testing::ExitedWithCode(1), fatalText("QQ: malformed number2"));
+    EXPECT_EXIT(QQ{("1" + std::string(depth, 'e')).c_str()}, testing::ExitedWithCode(1),
+                fatalText("QQ: parse error1"));
+    EXPECT_EXIT(QQ{(std::string(depth, '.') + "0").c_str()}, testing::ExitedWithCode(1),
+                fatalText("QQ: parse error1"));
+    // The checks keep the order of the nesting: a colon's "0" is seen on the way in, before the
+    // inner "2:5" fails on the way out.
+    EXPECT_EXIT(QQ{"1:2:5:0"}, testing::ExitedWithCode(1), fatalText("QQ: malformed number1"));
+    EXPECT_EXIT(QQ{"1:2:5"}, testing::ExitedWithCode(1), fatalText("QQ: malformed number2"));
+}
+
 TEST(QqText, WrittenFormsReadBackThroughParserAndStream)
 {
     EXPECT_EQ(written(QQ(0)), "0");

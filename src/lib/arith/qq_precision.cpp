@@ -30,6 +30,22 @@ QQ& QQ::operator=(long double const& x)
     return *this = text.str().c_str();
 }
 
+namespace {
+
+// The least count >= 1 with zaehler * 10^count >= nenner, for a nonzero zaehler: the number of
+// decimal shifts that bring the first significant digit of zaehler / nenner before the point.
+// From the digit counts, with one comparison, rather than one shift and division a digit.
+long firstSignificantShift(ZZ const& zaehler, ZZ const& nenner)
+{
+    const long shift = nenner.digits() - zaehler.digits();
+    if (shift < 1) return 1;
+    ZZ shifted = zaehler;
+    shifted.decimal_lshift(shift);
+    return shifted.compare(nenner) >= 0 ? shift : shift + 1;
+}
+
+} // namespace
+
 long double QQ::toDbl(bool throwOnLoss, bool allowPostCommaLoss) const
 {
     static const char* const NOT_REPRESENTABLE = "QQ is not representable as dbl_t";
@@ -49,17 +65,12 @@ long double QQ::toDbl(bool throwOnLoss, bool allowPostCommaLoss) const
     } else if (!zaehler.isZero()) {
         // 5. The first significant digit behind the point: lead zeroes stand before it. x keeps
         //    zaehler * 10^count, so the first round of 6 yields two digits.
+        const long count = firstSignificantShift(zaehler, nenner);
+        const long lead = count - 1;
         ZZ x = zaehler;
+        x.decimal_lshift(count);
         ZZ q;
         ZZ w;
-        long lead = -1;
-        long count = 0;
-        while (!x.isZero() && q.isZero()) {
-            x.decimal_lshift(1);
-            ++lead;
-            ++count;
-            ZZ::div(x, nenner, q, w);
-        }
         // 6. Leading zeroes behind the point use up digits only behind a nonzero integer part.
         long skip = 0;
         if (ganze.isZero())

@@ -6,6 +6,7 @@
 #include "base/log.h"
 #include "base/stream.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <istream>
@@ -13,6 +14,7 @@
 #include <sstream>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace latopt {
 
@@ -39,16 +41,70 @@ ZZ powerOfTen(long exponent)
     return result;
 }
 
-} // namespace
-
-QQ& QQ::operator=(char const* s)
+// The number of decimal zeroes at the low end of a nonzero x.
+long trailingDecimalZeroes(ZZ const& x)
 {
-    // 1., 2. White space, then the exponent multiplied out, on a private copy.
-    while (*s != '\0' && std::isspace(static_cast<unsigned char>(*s)))
-        ++s;
-    const std::string text = eliminateScientificNotation(s);
-    // 3. The sign.
-    size_t start = 0;
+    long count = 0;
+    long limb = 1;
+    while (x.limbs()[limb] == 0) {
+        count += ZZ::LIMB_DIGITS;
+        ++limb;
+    }
+    for (long long value = x.limbs()[limb]; value % 10 == 0; value /= 10)
+        ++count;
+    return count;
+}
+
+// The normal form of (positive ? 1 : -1) * (integer + digits / 10^exponent), where digits has no
+// decimal zero at its low end and fewer than exponent digits. Then ggt(digits, 10^exponent) is
+// 2^c or 5^c; with f the factor and g the other one, c = min(v_f(digits), exponent) is the number
+// of decimal zeroes at the low end of digits * g^exponent (digits has no factor g), and
+// digits / f^c = digits * g^c / 10^c, 10^exponent / f^c = g^c * 10^(exponent - c). Products and
+// shifts instead of a Euclid keep long decimals fast.
+QQ decimalValue(ZZ&& integer, ZZ&& digits, long exponent, bool positive)
+{
+    QQ value;
+    value.ganze = std::move(integer);
+    value.isPositive = positive || (value.ganze.isZero() && digits.isZero());
+    if (digits.isZero()) return value;
+    const long long lowest = digits.limbs()[1];
+    const long factor = lowest % 2 == 0 ? 2 : lowest % 5 == 0 ? 5 : 1;
+    ZZ power(1);
+    if (factor != 1) {
+        const ZZ other(factor == 2 ? 5 : 2);
+        const long bound = std::min(exponent, 4 * digits.digits()); // f^bound > digits
+        ZZ::pow(other, ZZ(bound), power);
+        const long c = trailingDecimalZeroes(digits * power);
+        ZZ::pow(other, ZZ(c), power);
+        ZZ::mul(digits, power, digits);
+        digits.decimal_rshift(static_cast<unsigned long>(c));
+        power.decimal_lshift(exponent - c);
+    } else {
+        power = powerOfTen(exponent);
+    }
+    value.zaehler = std::move(digits);
+    value.nenner = std::move(power);
+    return value;
+}
+
+// Number text nests: behind a decimal point and behind a mixed number's colon stands a number text
+// of its own, read by the same rules (of which only the integer part counts behind a point). The
+// reader records each such level on the way in, parses the innermost number (an integer, an
+// infinity or a fraction), and applies the levels on the way out, so that no input, however deep
+// its nesting, costs stack. The checks keep the order of a reading level by level: those on a
+// level's own text on the way in, those on the value of its inner text on the way out.
+struct NumberLevel {
+    size_t frontStart; // the integer part is text[frontStart, separator)
+    size_t separator;  // ".", "," or ":"
+    bool positive;     // the sign read at this level
+    size_t zeroes;     // a decimal's "0" characters right behind the point
+};
+
+// White space and the sign of the number text at start; start moves behind them.
+bool readSign(std::string const& text, size_t& start)
+{
+    while (start < text.size() && std::isspace(static_cast<unsigned char>(text[start])))
+        ++start;
     bool positive = true;
     if (start < text.size() && text[start] == '+') {
         ++start;
@@ -57,65 +113,95 @@ QQ& QQ::operator=(char const* s)
         positive = false;
     }
     if (start >= text.size()) fatal("QQ: parse error1");
-    // 4. The first separator selects the form.
-    const size_t separator = text.find_first_of(",./:", start);
-    const std::string front =
-        text.substr(start, separator == std::string::npos ? std::string::npos : separator - start);
-    // 5. Integer or infinity.
+    return positive;
+}
+
+// The innermost number: an integer or an infinity when separator is npos, else a fraction.
+QQ parseInnermost(std::string const& text, size_t start, size_t separator, bool positive)
+{
+    QQ value;
     if (separator == std::string::npos) {
-        if (front[0] == 'i') {
-            if (front.size() < 2 || front[1] != 'n') fatal("QQ: parse error2");
-            if (front.size() < 3 || front[2] != 'f') fatal("QQ: parse error3");
-            return initInf(positive);
+        if (text[start] == 'i') {
+            if (start + 1 >= text.size() || text[start + 1] != 'n') fatal("QQ: parse error2");
+            if (start + 2 >= text.size() || text[start + 2] != 'f') fatal("QQ: parse error3");
+            return value.initInf(positive);
         }
-        ganze = readMagnitude(front, positive);
-        zaehler = 0;
-        nenner = 1;
-        isInf = false;
-        isPositive = positive || ganze.isZero();
-        return *this;
+        value.ganze = readMagnitude(text.substr(start), positive);
+        value.isPositive = positive || value.ganze.isZero();
+        return value;
     }
-    const std::string behind = text.substr(separator + 1);
-    // 6. Fraction.
-    if (text[separator] == '/') {
-        ZZ denominator = readMagnitude(behind, positive);
-        if (denominator.isZero()) fatal("QQ: division by zero1");
-        isInf = false;
-        ganze = 0;
-        zaehler = readMagnitude(front, positive);
-        nenner = std::move(denominator);
-        isPositive = positive;
-        return kuerzen();
+    ZZ denominator = readMagnitude(text.substr(separator + 1), positive);
+    if (denominator.isZero()) fatal("QQ: division by zero1");
+    value.zaehler = readMagnitude(text.substr(start, separator - start), positive);
+    value.nenner = std::move(denominator);
+    value.isPositive = positive;
+    return value.kuerzen();
+}
+
+// A decimal level around the value of its inner text: the inner integer part, without the zeroes
+// at its low end, is the numerator over 10^(zeroes + its digits).
+void applyDecimal(std::string const& text, NumberLevel const& level, QQ& value)
+{
+    bool positive = level.positive;
+    ZZ integer = readMagnitude(text.substr(level.frontStart, level.separator - level.frontStart), positive);
+    ZZ digits = std::move(value.ganze);
+    digits.removeZeroTrailer();
+    const long exponent = static_cast<long>(level.zeroes) + digits.digits();
+    value = decimalValue(std::move(integer), std::move(digits), exponent, positive);
+}
+
+// A mixed number's level around the value of its inner text, which must be a positive proper
+// fraction. That value is in normal form, so the sum needs no reduction: only a zero's sign.
+void applyMixed(std::string const& text, NumberLevel const& level, QQ& value)
+{
+    bool positive = level.positive;
+    ZZ integer = readMagnitude(text.substr(level.frontStart, level.separator - level.frontStart), positive);
+    if (!value.isPositive) fatal("QQ: malformed number1");
+    if (!value.ganze.isZero()) fatal("QQ: malformed number2");
+    value.ganze = std::move(integer);
+    value.isPositive = positive || (value.ganze.isZero() && value.zaehler.isZero());
+}
+
+// Steps 3 to 8 of the parse on text without an exponent.
+QQ parseWithoutExponent(std::string const& text)
+{
+    std::vector<NumberLevel> levels;
+    size_t start = 0;
+    while (true) {
+        const bool positive = readSign(text, start);
+        const size_t separator = text.find_first_of(",./:", start);
+        if (separator == std::string::npos || text[separator] == '/') {
+            QQ value = parseInnermost(text, start, separator, positive);
+            for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
+                if (text[level->separator] == ':')
+                    applyMixed(text, *level, value);
+                else
+                    applyDecimal(text, *level, value);
+            }
+            return value;
+        }
+        NumberLevel level{start, separator, positive, 0};
+        start = separator + 1;
+        if (text[separator] == ':') {
+            if (start < text.size() && text[start] == '0') fatal("QQ: malformed number1");
+        } else {
+            while (start < text.size() && text[start] == '0')
+                ++start;
+            level.zeroes = start - separator - 1;
+        }
+        levels.push_back(level);
     }
-    // 7. Decimal: the zeroes right behind the point count as k, the rest is read as a number whose
-    //    integer part, with its trailing zeroes removed, is the numerator over 10^(k + its digits).
-    if (text[separator] == '.' || text[separator] == ',') {
-        ZZ integer = readMagnitude(front, positive);
-        size_t position = 0;
-        while (position < behind.size() && behind[position] == '0')
-            ++position;
-        QQ rest(behind.substr(position).c_str());
-        rest.ganze.removeZeroTrailer();
-        const ZZ denominator = powerOfTen(static_cast<long>(position) + rest.ganze.digits());
-        isInf = false;
-        ganze = std::move(integer);
-        zaehler = std::move(rest.ganze);
-        nenner = denominator;
-        isPositive = positive;
-        return kuerzen();
-    }
-    // 8. Mixed number: a pure, positive fraction must follow the colon.
-    ZZ integer = readMagnitude(front, positive);
-    if (!behind.empty() && behind[0] == '0') fatal("QQ: malformed number1");
-    QQ fraction(behind.c_str());
-    if (!fraction.isPositive) fatal("QQ: malformed number1");
-    if (!fraction.ganze.isZero()) fatal("QQ: malformed number2");
-    isInf = false;
-    ganze = std::move(integer);
-    zaehler = std::move(fraction.zaehler);
-    nenner = std::move(fraction.nenner);
-    isPositive = positive;
-    return kuerzen();
+}
+
+} // namespace
+
+QQ& QQ::operator=(char const* s)
+{
+    // 1., 2. White space, then the exponent multiplied out, on a private copy.
+    while (*s != '\0' && std::isspace(static_cast<unsigned char>(*s)))
+        ++s;
+    const std::string text = eliminateScientificNotation(s);
+    return *this = parseWithoutExponent(text);
 }
 
 std::string QQ::eliminateScientificNotation(char const* s)
@@ -123,12 +209,23 @@ std::string QQ::eliminateScientificNotation(char const* s)
     while (*s != '\0' && std::isspace(static_cast<unsigned char>(*s)))
         ++s;
     const std::string text(s);
-    const size_t exponentAt = text.find_first_of("eE");
+    size_t exponentAt = text.find_first_of("eE");
     if (exponentAt == std::string::npos) return text;
-    const QQ mantissa(text.substr(0, exponentAt).c_str());
-    const QQ exponent(text.substr(exponentAt + 1).c_str());
+    // The text behind an exponent letter may carry an exponent itself: m0 e m1 e ... e mk is
+    // m0 * 10^(m1 * 10^(... mk)). The parts are read front to back, then multiplied out from the
+    // last one, in a loop rather than one nested reading per letter.
+    std::vector<QQ> mantissas;
+    size_t partStart = 0;
+    while (exponentAt != std::string::npos) {
+        mantissas.emplace_back(text.substr(partStart, exponentAt - partStart).c_str());
+        partStart = exponentAt + 1;
+        exponentAt = text.find_first_of("eE", partStart);
+    }
+    QQ exponent(text.substr(partStart).c_str());
+    for (size_t i = mantissas.size() - 1; i > 0; --i)
+        exponent = mantissas[i] * pow(Constant<QQ>::TEN(), exponent);
     std::ostringstream out;
-    out << mantissa * pow(Constant<QQ>::TEN(), exponent);
+    out << mantissas[0] * pow(Constant<QQ>::TEN(), exponent);
     return out.str();
 }
 
