@@ -2,6 +2,7 @@
 #   make run   builds in Release and runs the tool on a copy of the example
 #   make test  builds and runs every test
 #   make bench-tool  times whole runs of the tool on large generated solution files (Release)
+#   make fuzz  builds the libFuzzer targets (clang) and runs each for FUZZ_SECONDS (600)
 BUILD      ?= build
 BUILD_TYPE ?= Release
 GENERATOR  := Ninja
@@ -10,7 +11,7 @@ WERROR     := $(if $(CI),ON,OFF)
 CMAKE_ARGS := -G $(GENERATOR) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DLATOPT_WERROR=$(WERROR)
 JOBS       ?= 2
 
-.PHONY: run test bench bench-tool deps configure build clean format
+.PHONY: run test bench bench-tool fuzz deps configure build clean format
 
 run: build
 	@mkdir -p $(BUILD)/run
@@ -32,6 +33,11 @@ bench-tool: deps
 	cmake --build $(BUILD)-bench -j $(JOBS) --target latopt_tool
 	bench/tool_bench.sh $(BUILD)-bench/bin/latopt
 
+# Each fuzz target for FUZZ_SECONDS from the committed corpus; FUZZ=name runs one of them.
+FUZZ_SECONDS ?= 600
+fuzz:
+	FUZZ_SECONDS=$(FUZZ_SECONDS) tests/fuzz/run.sh $(FUZZ)
+
 build: configure
 	cmake --build $(BUILD) -j $(JOBS)
 
@@ -46,4 +52,4 @@ format:
 	git ls-files '*.h' '*.cpp' | xargs clang-format -i
 
 clean:
-	rm -rf $(BUILD) $(BUILD)-bench $(BUILD)-asan
+	rm -rf $(BUILD) $(BUILD)-bench $(BUILD)-asan $(BUILD)-fuzz
