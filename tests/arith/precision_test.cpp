@@ -2,6 +2,7 @@
 
 #include "arith/qq.h"
 #include "base/exceptions.h"
+#include "base/log.h"
 #include "linalg/matrix.h"
 #include "linalg/vector.h"
 
@@ -14,6 +15,7 @@
 #include <cstdlib>
 #include <limits>
 #include <random>
+#include <sstream>
 #include <string>
 
 namespace latopt {
@@ -101,6 +103,54 @@ TEST(QqFromLongDouble, SeventeenDigitsAndTheFlushBelowEpsilon)
         EXPECT_TRUE(assigned.isNormal()) << text;
         EXPECT_EQ(QQ(x), QQ(text)) << text;
     }
+}
+
+// Across the whole exponent range a long double crosses as the text a stream writes with 17 digits
+// reads. Decimal texts of at most 18 significant digits (no zero behind the point, which the
+// reader may join across limbs) come down as the stream reads them, at every magnitude; a value
+// beyond the range reads as the stream reads it, the largest finite value.
+TEST(PrecisionConv, ValuesCrossAsTheStreamsText)
+{
+    const unsigned long long seed = testSeed() + 1;
+    SCOPED_TRACE(seedTrace(seed));
+    std::mt19937_64 random(seed);
+    auto digits = [&](int count, bool zeroes) {
+        std::string text;
+        for (int k = 0; k < count; ++k)
+            text += static_cast<char>(zeroes ? '0' + random() % 10 : '1' + random() % 9);
+        return text;
+    };
+    for (long round = 0; round < rounds(1000); ++round) {
+        long double x =
+            std::ldexp(static_cast<long double>(random()), static_cast<int>(random() % 16000) - 8064);
+        if (random() % 2 == 0) x = -x;
+        std::ostringstream written;
+        DBL_OSTREAM_PREC(written) << x;
+        SCOPED_TRACE(written.str());
+        if (fabsl(x) > 1e-9L) {
+            EXPECT_EQ(QQ(x), QQ(written.str().c_str()));
+        }
+        // length significant digits, the point after the first point of them (before them when
+        // point <= 0); zeroes only before the point.
+        const int length = 1 + static_cast<int>(random() % 18);
+        const int point = static_cast<int>(random() % 60) - 30;
+        std::string text;
+        if (point <= 0) {
+            text = "0." + std::string(static_cast<size_t>(-point), '0') + digits(length, false);
+        } else if (point >= length) {
+            text = digits(1, false) + digits(length - 1, true) +
+                   std::string(static_cast<size_t>(point - length), '0');
+        } else {
+            text = digits(1, false) + digits(point - 1, true) + "." + digits(length - point, false);
+        }
+        SCOPED_TRACE(text);
+        std::istringstream stream(text);
+        long double read = 0;
+        stream >> read;
+        EXPECT_EQ(QQ(text.c_str()).toDbl(false, false), read);
+    }
+    EXPECT_EQ(QQ(("1" + std::string(5000, '0')).c_str()).toDbl(false, false),
+              std::numeric_limits<long double>::max());
 }
 
 // Integers cross without text; the result must be the text's reading all the same. Digits are

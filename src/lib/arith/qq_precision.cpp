@@ -7,6 +7,7 @@
 #include "base/exceptions.h"
 #include "base/log.h"
 
+#include <charconv>
 #include <cmath>
 #include <sstream>
 #include <string>
@@ -24,10 +25,13 @@ QQ& QQ::operator=(long double const& x)
     if (fabsl(x) <= Constant<long double>::EPSILON()) return *this = 0LL;
     // An integer of at most 17 digits is its own text in 17 significant digits: no text needed.
     if (fabsl(x) < 1e17L && x == truncl(x)) return *this = static_cast<long long>(x);
-    std::ostringstream text;
-    DBL_OSTREAM_PREC(text);
-    text << x;
-    return *this = text.str().c_str();
+    // The default float format of a stream with 17 digits of precision (DBL_OSTREAM_PREC), which
+    // to_chars writes alike without building a stream.
+    char text[64];
+    const auto written = std::to_chars(text, text + sizeof text - 1, x, std::chars_format::general,
+                                       static_cast<int>(Const::DBL_DIGITS() - 1));
+    *written.ptr = '\0';
+    return *this = text;
 }
 
 namespace {
@@ -42,6 +46,19 @@ long firstSignificantShift(ZZ const& zaehler, ZZ const& nenner)
     ZZ shifted = zaehler;
     shifted.decimal_lshift(shift);
     return shifted.compare(nenner) >= 0 ? shift : shift + 1;
+}
+
+// The stream's reading of a decimal text: from_chars rounds alike; a value beyond the range of a
+// long double (which the stream turns into the largest finite one) is left to the stream.
+long double readLongDouble(std::string const& text)
+{
+    long double value = 0;
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (read.ec == std::errc() && read.ptr == text.data() + text.size()) return value;
+    std::istringstream stream(text);
+    value = 0;
+    stream >> value;
+    return value;
 }
 
 } // namespace
@@ -104,10 +121,7 @@ long double QQ::toDbl(bool throwOnLoss, bool allowPostCommaLoss) const
         }
     }
     // 9. The long double reader rounds the decimal text.
-    std::istringstream stream(text);
-    long double value = 0;
-    stream >> value;
-    return value;
+    return readLongDouble(text);
 }
 
 long double QQ::integerToDbl() const
