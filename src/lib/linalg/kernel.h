@@ -123,4 +123,24 @@ void dot(T& result, const T* a, const T* b, long n, Scratch<T>& scratch)
     result = std::move(acc);
 }
 
+// row[from..n] -= q * pivot[from..n]. The long double loop is the plain one; the QQ loop passes
+// over zero entries of the pivot row, whose products change nothing (rows of an elimination's
+// transformation stay sparse for long, and a QQ product costs a multiplication and a reduction
+// even by zero).
+inline void subtractMultiple(long double* row, const long double& q, const long double* pivot, long from,
+                             long n, Scratch<long double>&)
+{
+    for (long j = from; j <= n; ++j)
+        row[j] -= q * pivot[j];
+}
+
+inline void subtractMultiple(QQ* row, const QQ& q, const QQ* pivot, long from, long n, Scratch<QQ>& scratch)
+{
+    for (long j = from; j <= n; ++j) {
+        if (pivot[j].isZero()) continue;
+        mul(scratch.product, q, pivot[j]);
+        subFrom(row[j], scratch.product, scratch);
+    }
+}
+
 } // namespace latopt::kernel

@@ -88,6 +88,113 @@ public:
     // Reads the text form; the first row fixes the column count, a longer row is fatal and a
     // shorter one is kept as it is. Text that doesn't begin with "[" leaves the matrix empty.
     void unserialize(std::istream& stream) override;
+
+    // ---- Elimination and solving (elimination.cpp, gauss.cpp) ------------------------------
+    // Zero tests: the pivot search of row_echelon_form takes an entry for zero by
+    // Precision::equalsZero(x, false); every other decision (a column without a pivot in gauss, an
+    // inconsistent right side, a residual) by Precision::equalsZero(x, QQ::enableTruncate). So in
+    // QQ all of them are exact (the engine never sets enableTruncate), and in long double all are
+    // |x| <= EPSILON: a tiny pivot counts as zero there.
+    //
+    // Brings this matrix into row echelon form in place (reduced: the reduced form, each pivot 1
+    // and alone in its column) and sets Tr (rows x rows) so that Tr times the matrix as it was
+    // gives the result. Returns the rank, negated when the number of row exchanges is odd, so
+    // that its sign is that of det(Tr). In long double a multiplier beyond the trusted range
+    // throws PrecisionException("q overflow"), a pivot beyond it "q2 overflow" (reduced only).
+    long row_echelon_form(Matrix<T>& Tr, bool reduced);
+    // The reduced form with unit pivots (row_echelon_form(Tr, true), whose result it returns);
+    // pivotColumns[i] is the column of the first nonzero entry of row i, for the rank many
+    // nonzero rows; Nr has one row per non-pivot column f: 1 at f, -R[i][f] at pivotColumns[i],
+    // zero elsewhere, a basis of the kernel of the matrix as it was.
+    long normierte_zeilenstufenform(Matrix<T>& Tr, Matrix<T>& Nr, Array<long>& pivotColumns);
+    // Called on the Tr of normierte_zeilenstufenform: y = Tr * b. An entry of y after the rank
+    // (pivotColumns.MN) that is not zero means A x = b has no solution: false, x unchanged.
+    // Otherwise x (kept at its dimension, which must reach every pivot column) becomes zero with
+    // x[pivotColumns[i]] = y[i], a solution with every free variable 0: true.
+    bool computeX0(Vector<T>& x, const Array<long>& pivotColumns, const Vector<T>& b) const;
+    // Solves A x = b, A this matrix (left unchanged): normierte_zeilenstufenform on a copy, x
+    // sized to the column count, computeX0. Returns whether a solution exists.
+    bool solve(Matrix<T>& Tr, Matrix<T>& Nr, Array<long>& pivotColumns, Vector<T>& x,
+               const Vector<T>& b) const;
+    bool solve(Matrix<T>& Tr, Vector<T>& x, const Vector<T>& b) const;
+    // P A = L U with row pivoting (the greatest absolute entry of the column, the earliest on a
+    // tie): permutation[i] is the row of A that stands at row i (P has a 1 at (i, permutation[i])),
+    // L (rows x cols) is unit lower triangular, U (cols x cols) upper triangular. A column
+    // without a pivot is skipped: its entries of L from the diagonal down become exact zeros and
+    // U keeps a zero diagonal entry there. Returns the number of pivots, each on the
+    // diagonal of U: the rank when the columns are independent (a square invertible matrix, a
+    // basis transposed), else possibly less, as a column without a pivot leaves its row unused
+    // ([[0, 1], [0, 0]] gives 0); computeCoords may then refuse a consistent system.
+    long gauss(Matrix<T>& L, Matrix<T>& U, Array<long>& permutation) const;
+    // Solves A x = y with the factors of gauss: x sized to the column count, a variable with a
+    // zero diagonal entry of U set to 0. Returns 1 when L U x equals the permuted y (exactly in
+    // QQ, within EPSILON in long double); -1 when a row without a pivot is inconsistent (not
+    // tested with freeToZero); -2 when the product misses y otherwise (also after toInteger, which
+    // rounds every x[j] to the nearest integer before the check). x then holds the values found.
+    static char computeCoords(const Matrix<T>& L, const Matrix<T>& U, const Array<long>& permutation,
+                              const Vector<T>& y, Vector<T>& x, bool freeToZero, bool toInteger);
+    // A x = b through gauss and computeCoords; true when the status is 1.
+    bool rsolve(const Vector<T>& b, Vector<T>& x, bool toInteger) const;
+    // x A = b: rsolve on the transpose.
+    bool lsolve(const Vector<T>& b, Vector<T>& x, bool toInteger) const;
+    // Through row_echelon_form on a copy: the sign of its result times the diagonal; exact zero
+    // for a matrix of lower rank. A matrix that is not square is fatal.
+    T determinant() const;
+    // Whether the determinant (set in determinant) is within 0.1 of plus or minus one; tried
+    // on the rows as they stand, then sorted by ascending and by descending squared norm, which
+    // in long double may round differently. A matrix that is not square is fatal.
+    bool unimodularCheck(T& determinant) const;
+
+    // ---- LQ factorisations (lq.cpp) ---------------------------------------------------------
+    // Both factor rows 1..end of this matrix B (end 0: every row) as B = L * Q, in the number type
+    // U of their outputs; built for the four pairs of long double and QQ. Both restart at row
+    // kk > 1 from what an earlier call on the same rows 1..kk-1 left in L, Q, d and P, so that
+    // after a change of rows kk..end only those rows are redone. kk < 1, end beyond the rows,
+    // end < kk and a restart without the earlier results are fatal, each with the routine's name.
+    //
+    // Modified Gram-Schmidt, exact in QQ: L (end x end) unit lower triangular, L[j][k] the
+    // coefficient of Q[k] in row j; Q (end x cols) orthogonal rows, not normalised;
+    // d[k] = <Q[k], Q[k]>. P[k] is stage k: rows k..end less their components along Q[1..k-1],
+    // row j at index j - k + 1. Returns 0 when the rows are independent, else the first k whose
+    // d[k] is zero by Precision::equalsZero(x, true); L, Q and d are then complete before row k.
+    template <class U>
+    long lq_reduced(Matrix<U>& L, Matrix<U>& Q, Array<Matrix<U>>& P, Vector<U>& d, long kk, long end) const;
+    // Householder: L (end x cols) lower triangular, Q (cols x cols) with orthonormal rows (the
+    // identity when no reflector runs); P[k] holds the reflector of step k = 1..min(end, cols - 1)
+    // as the row [ beta u_1 .. u_m ], H_k = I - beta u u^T acting on columns k..cols, applied as a
+    // rank-1 update. Returns the rank: min(end, cols) less the diagonal entries of L that are zero
+    // by Precision::equalsZero(x, true). In QQ too only approximate: the norm is an inexact
+    // square root and every updated entry is truncated (Precision::truncateDecimal).
+    template <class U>
+    long lq_full(Matrix<U>& L, Matrix<U>& Q, Array<Matrix<U>>& P, long kk, long end) const;
+    // H (m x m, m = cols - k + 1) = I - beta u u^T, the reflector that takes entries k..cols of
+    // row k onto a multiple of the first unit vector: u = that part of the row with its norm added
+    // to the first entry (with the entry's sign), beta = 1 / (norm * (|first| + norm)). The
+    // identity when the norm is at most EPSILON. k outside 1..min(rows, cols) is fatal.
+    void lq_ps_matrix(Matrix<T>& H, long k) const;
+
+    // ---- Dependent rows (dependent_rows.cpp) ------------------------------------------------
+    // Removes rows until the rest are linearly independent, keeping the integer row span exactly.
+    // The first row that depends on the rows before it, and its coordinates, are found exactly by
+    // fraction-free elimination over ZZ (QQ rows with fractions are scaled to integers for it).
+    // Integer coordinates: the row goes (it moves to the end, which moves up the last row). Else
+    // a Euclid (zerofyRow) on the row and those its coordinates use leaves one of them zero, the
+    // others are written back, and the zero one goes the same way. Repeats until no row depends.
+    // In long double an entry that is not an integer of at most 10^18, an overflow of the Euclid
+    // and the stop "Dependent row could not be eliminated!" throw PrecisionException (the matrix
+    // is then partly changed; the caller redoes the work in QQ), where QQ stops fatally.
+    void eliminateDependentRows();
+    // Row operations on this matrix, mirrored on *transform unless it is null (it must have as
+    // many rows), going from the last row and column upward: zerofyColAboveRow on each column,
+    // the row it returns swapped into the current row, which then moves up. Returns the first row
+    // whose entries are all zero, or 0.
+    long zerofyRow(Matrix<T>* transform);
+    // A Euclid on column among rows 1..row: the row with the smallest nonzero absolute entry
+    // (the earliest among equal ones) is subtracted floor(entry / pivot) times from each other
+    // row with a nonzero entry, until one nonzero entry is left; returns its row, or 0 when the
+    // column is zero there. Zero is exact in QQ and within EPSILON in long double, where "factor
+    // overflow", "row overflow" and "T->row overflow" throw PrecisionException.
+    long zerofyColAboveRow(long row, long column, Matrix<T>* transform);
 };
 
 // Row vector times matrix: the sum of the rows, row i scaled by v[i].

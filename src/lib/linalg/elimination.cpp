@@ -1,0 +1,323 @@
+// elimination.cpp: row echelon forms with their row transformation, the kernel basis and the
+// particular solution built on the reduced form, the determinant and the unimodularity test of
+// Matrix<T>, for long double and QQ; see matrix.h.
+#include "linalg/matrix.h"
+
+#include "arith/math.h"
+#include "arith/precision.h"
+#include "arith/qq.h"
+#include "base/exceptions.h"
+#include "base/log.h"
+#include "linalg/kernel.h"
+
+#include <cmath>
+#include <utility>
+
+namespace latopt {
+
+namespace {
+
+// The decisions after the pivot search: exact in QQ (while truncation is off, which the engine
+// never switches on), within EPSILON in long double, where the flag is ignored. A tolerance in
+// QQ would call [[10^10, 1], [1, 0]] singular.
+template <class T>
+bool isZero(const T& x)
+{
+    return Precision::equalsZero(x, QQ::enableTruncate);
+}
+
+// A multiplier or pivot beyond the trusted range of a long double; an exact number has none.
+bool overflows(const long double& x)
+{
+    return Precision::overflows(x);
+}
+
+bool overflows(const QQ&)
+{
+    return false;
+}
+
+// |a| > |b|, without copies of QQ values.
+bool absGreater(const long double& a, const long double& b)
+{
+    return fabsl(a) > fabsl(b);
+}
+
+bool absGreater(const QQ& a, const QQ& b)
+{
+    const bool aNegative = !a.isPositive && !a.isZero();
+    const bool bNegative = !b.isPositive && !b.isZero();
+    if (aNegative == bNegative) return aNegative ? QQ::compare(a, b) < 0 : QQ::compare(a, b) > 0;
+    // Opposite signs: compare a with -b.
+    return aNegative ? QQ::compare(-a, b) > 0 : QQ::compare(a, -b) > 0;
+}
+
+// row[from..n] /= p, passing over zeros in QQ as above.
+void divideBy(long double* row, const long double& p, long from, long n, kernel::Scratch<long double>&)
+{
+    for (long j = from; j <= n; ++j)
+        row[j] /= p;
+}
+
+void divideBy(QQ* row, const QQ& p, long from, long n, kernel::Scratch<QQ>& scratch)
+{
+    for (long j = from; j <= n; ++j)
+        if (!row[j].isZero()) kernel::divBy(row[j], p, scratch);
+}
+
+// The column of the first entry of row[from..n] that isn't zero by the pivot test, or n + 1.
+template <class T>
+long leadingColumn(const T* row, long from, long n)
+{
+    for (long j = from; j <= n; ++j)
+        if (!Precision::equalsZero(row[j], false)) return j;
+    return n + 1;
+}
+
+// M becomes the rows x cols zero matrix (makeZero would read a count of 0 as "as it is").
+template <class T>
+void setZero(Matrix<T>& M, long rows, long cols)
+{
+    M.setDimensions(rows, cols);
+    for (long i = 1; i <= rows; ++i)
+        for (long j = 1; j <= cols; ++j)
+            M.rowData[i].data[j] = Constant<T>::ZERO();
+}
+
+} // namespace
+
+template <class T>
+long Matrix<T>::row_echelon_form(Matrix<T>& Tr, bool reduced)
+{
+    const long m = rowCount;
+    const long n = colCount;
+    kernel::Scratch<T> scratch;
+    T q;
+    // 1. Tr starts as the identity; sign counts every row exchange.
+    setZero(Tr, m, m);
+    for (long i = 1; i <= m; ++i)
+        Tr[i][i] = Constant<T>::ONE();
+    long sign = 1;
+    long rank = 0;
+    Array<long> pivotColumns(m);
+    // Columns before the last pivot column are zero in rows k..m (eliminated, or passed over as
+    // zero), so the search for a row's leading entry starts behind it.
+    long start = 1;
+    for (long k = 1; k <= m; ++k) {
+        // 2. The pivot row: the smallest leading column, among rows with that column the greatest
+        //    absolute entry. A better row of the same column is exchanged at once into the place
+        //    of the best one so far. Unlike the classic form of this search, that exchange counts
+        //    for the sign too, so that the sign of the result is the sign of det(Tr).
+        long best = 0;
+        long column = n + 1;
+        for (long i = k; i <= m; ++i) {
+            const long leading = leadingColumn(rowData[i].data, start, n);
+            if (leading > n) continue;
+            if (leading < column) {
+                best = i;
+                column = leading;
+            } else if (leading == column && absGreater(rowData[i][column], rowData[best][column])) {
+                swapRows(i, best);
+                Tr.swapRows(i, best);
+                sign = -sign;
+            }
+        }
+        // 3. No nonzero entry is left.
+        if (best == 0) return sign * rank;
+        // 4. The pivot row moves to row k.
+        if (best != k) {
+            swapRows(best, k);
+            Tr.swapRows(best, k);
+            sign = -sign;
+        }
+        T* pivotRow = rowData[k].data;
+        const T* pivotTr = Tr.rowData[k].data;
+        // 5. Below the pivot: the pivot column becomes an exact zero, the rest of each row and
+        //    the row of Tr take the same multiple of the pivot row. Rows with a zero there are
+        //    left alone.
+        for (long i = k + 1; i <= m; ++i) {
+            T* row = rowData[i].data;
+            if (Precision::equalsZero(row[column], false)) continue;
+            kernel::div(q, row[column], pivotRow[column]);
+            if (overflows(q)) throw PrecisionException("q overflow");
+            kernel::subtractMultiple(row, q, pivotRow, column + 1, n, scratch);
+            row[column] = Constant<T>::ZERO();
+            kernel::subtractMultiple(Tr.rowData[i].data, q, pivotTr, 1, m, scratch);
+        }
+        // 6. The reduced form: the pivot becomes 1, then the entries above it are eliminated the
+        //    same way. A row above is a pivot row with its leading 1 left of this column, so it
+        //    cannot become zero; if it does, the elimination has gone wrong.
+        if (reduced) {
+            const T pivot = pivotRow[column];
+            if (overflows(pivot)) throw PrecisionException("q2 overflow");
+            divideBy(pivotRow, pivot, column + 1, n, scratch);
+            pivotRow[column] = Constant<T>::ONE();
+            divideBy(Tr.rowData[k].data, pivot, 1, m, scratch);
+            for (long i = 1; i < k; ++i) {
+                T* row = rowData[i].data;
+                if (Precision::equalsZero(row[column], false)) continue;
+                q = row[column];
+                if (overflows(q)) throw PrecisionException("q overflow");
+                kernel::subtractMultiple(row, q, pivotRow, column + 1, n, scratch);
+                row[column] = Constant<T>::ZERO();
+                kernel::subtractMultiple(Tr.rowData[i].data, q, pivotTr, 1, m, scratch);
+                // Only columns right of this one changed, so the row is zero iff its own pivot is.
+                if (Precision::equalsZero(row[pivotColumns[i]], false))
+                    fatal("This should not happen -- check it");
+            }
+        }
+        // 7. One more pivot.
+        pivotColumns[k] = column;
+        ++rank;
+        start = column + 1;
+    }
+    return sign * rank;
+}
+
+template <class T>
+long Matrix<T>::normierte_zeilenstufenform(Matrix<T>& Tr, Matrix<T>& Nr, Array<long>& pivotColumns)
+{
+    const long result = row_echelon_form(Tr, true);
+    const long rank = result < 0 ? -result : result;
+    const long n = colCount;
+    // The pivot columns, one for each of the first rank rows, which are the nonzero ones.
+    pivotColumns.setDimension(rank);
+    Array<bool> isPivot;
+    isPivot.setDimension(n);
+    for (long j = 1; j <= n; ++j)
+        isPivot[j] = false;
+    for (long i = 1; i <= rank; ++i) {
+        pivotColumns[i] = leadingColumn(rowData[i].data, 1, n);
+        isPivot[pivotColumns[i]] = true;
+    }
+    // The kernel basis: for free column f the vector with 1 at f and -R[i][f] at pivot column i.
+    setZero(Nr, n - rank, n);
+    long row = 0;
+    for (long f = 1; f <= n; ++f) {
+        if (isPivot[f]) continue;
+        ++row;
+        Nr[row][f] = Constant<T>::ONE();
+        for (long i = 1; i <= rank; ++i)
+            kernel::negate(Nr[row][pivotColumns[i]], rowData[i][f]);
+    }
+    return result;
+}
+
+template <class T>
+bool Matrix<T>::computeX0(Vector<T>& x, const Array<long>& pivotColumns, const Vector<T>& b) const
+{
+    const Vector<T> y = (*this) * b;
+    const long rank = pivotColumns.MN;
+    // Rows of the reduced form after the rank are zero: the right side must be zero there too.
+    for (long i = rank + 1; i <= y.MN; ++i)
+        if (!isZero(y[i])) return false;
+    for (long j = 1; j <= x.MN; ++j)
+        x[j] = Constant<T>::ZERO();
+    for (long i = 1; i <= rank; ++i) {
+        if (pivotColumns[i] < 1 || pivotColumns[i] > x.MN)
+            fatal("computeX0: pivot column beyond the solution vector");
+        x[pivotColumns[i]] = y[i];
+    }
+    return true;
+}
+
+template <class T>
+bool Matrix<T>::solve(Matrix<T>& Tr, Matrix<T>& Nr, Array<long>& pivotColumns, Vector<T>& x,
+                      const Vector<T>& b) const
+{
+    Matrix<T> R(*this);
+    R.normierte_zeilenstufenform(Tr, Nr, pivotColumns);
+    x.setDimension(colCount);
+    return Tr.computeX0(x, pivotColumns, b);
+}
+
+template <class T>
+bool Matrix<T>::solve(Matrix<T>& Tr, Vector<T>& x, const Vector<T>& b) const
+{
+    Matrix<T> Nr;
+    Array<long> pivotColumns;
+    return solve(Tr, Nr, pivotColumns, x, b);
+}
+
+template <class T>
+T Matrix<T>::determinant() const
+{
+    // 1. Square only.
+    if (rowCount != colCount) fatal("Matrix: a non-quadratic matrix determinant is not defined");
+    // 2. The echelon form of a copy: the sign of its result (which counts every exchange) times
+    //    the diagonal. Below full rank the result is an exact zero, also where rounding in long
+    //    double leaves a tiny last pivot on the diagonal.
+    Matrix<T> R(*this);
+    Matrix<T> Tr;
+    const long result = R.row_echelon_form(Tr, false);
+    const long rank = result < 0 ? -result : result;
+    if (result == 0 || rank < rowCount) return Constant<T>::ZERO();
+    kernel::Scratch<T> scratch;
+    T value = result < 0 ? -Constant<T>::ONE() : Constant<T>::ONE();
+    for (long i = 1; i <= rowCount; ++i)
+        kernel::mulBy(value, R[i][i], scratch);
+    return value;
+}
+
+namespace {
+
+// | |d| - 1 | <= 1/10.
+template <class T>
+bool isNearUnit(const T& d)
+{
+    static const T TENTH = Constant<T>::ONE() / T(10);
+    return Math::abs(T(Math::abs(d) - Constant<T>::ONE())) <= TENTH;
+}
+
+// Sorts the rows by squared norm, ascending or descending, by exchanges: for each i, each later
+// row j whose norm is smaller (ascending) or greater (descending) than that of row i now takes
+// its place.
+template <class T>
+void sortRowsByNorm(Matrix<T>& A, bool ascending)
+{
+    Array<T> norms;
+    norms.setDimension(A.rowCount);
+    for (long i = 1; i <= A.rowCount; ++i)
+        norms[i] = A[i] * A[i];
+    for (long i = 1; i <= A.rowCount; ++i)
+        for (long j = i + 1; j <= A.rowCount; ++j)
+            if (ascending ? norms[i] > norms[j] : norms[i] < norms[j]) {
+                A.swapRows(i, j);
+                std::swap(norms[i], norms[j]);
+            }
+}
+
+} // namespace
+
+template <class T>
+bool Matrix<T>::unimodularCheck(T& determinant) const
+{
+    // 1. The rows as they stand.
+    determinant = this->determinant();
+    if (isNearUnit(determinant)) return true;
+    // 2., 3. Other orders of elimination may round differently in long double; in QQ they find
+    //    the same value.
+    Matrix<T> sorted(*this);
+    sortRowsByNorm(sorted, true);
+    determinant = sorted.determinant();
+    if (isNearUnit(determinant)) return true;
+    sortRowsByNorm(sorted, false);
+    determinant = sorted.determinant();
+    return isNearUnit(determinant);
+}
+
+// The members defined here, for both number types.
+#define LATOPT_ELIMINATION_MEMBERS(T)                                                                        \
+    template long Matrix<T>::row_echelon_form(Matrix<T>&, bool);                                             \
+    template long Matrix<T>::normierte_zeilenstufenform(Matrix<T>&, Matrix<T>&, Array<long>&);               \
+    template bool Matrix<T>::computeX0(Vector<T>&, const Array<long>&, const Vector<T>&) const;              \
+    template bool Matrix<T>::solve(Matrix<T>&, Matrix<T>&, Array<long>&, Vector<T>&, const Vector<T>&)       \
+        const;                                                                                               \
+    template bool Matrix<T>::solve(Matrix<T>&, Vector<T>&, const Vector<T>&) const;                          \
+    template T Matrix<T>::determinant() const;                                                               \
+    template bool Matrix<T>::unimodularCheck(T&) const;
+LATOPT_ELIMINATION_MEMBERS(long double)
+LATOPT_ELIMINATION_MEMBERS(QQ)
+#undef LATOPT_ELIMINATION_MEMBERS
+
+} // namespace latopt
