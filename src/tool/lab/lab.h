@@ -4,9 +4,10 @@
 // line and runs the row it names.
 // Operands come from standard input in the text forms of vectors "[ 1 2/3 -4 ]" and matrices
 // "[ [ 1 2 ] [ 3 4 ] ]", read exactly as QQ; each result goes to standard output on a line of its
-// own, in exact QQ text, and nothing else does. With --ld a command computes in long double: the
-// operands are converted down (a value that can't be represented faithfully is bad input), the
-// results are written as the QQ reading of their 17 significant digits.
+// own, in exact QQ text, and nothing else does. With --ld a command computes in long double: each
+// operand entry becomes the long double nearest to it, and each result entry is written in its
+// 17 significant digits as a plain decimal ("0.33333333333333331", no exponent), which the
+// readers of the text forms take.
 // Bad input ends the process with one line "latopt-lab: <what is wrong>" on standard error and
 // status 1 (fail). The fatal paths of the library keep their own texts ("*** FAIL: ...").
 #pragma once
@@ -37,8 +38,9 @@ public:
         options; // "--restart=3" is options["restart"] == "3"; --ld is not kept
 
     // The next operand, a matrix or a vector; name ("A", "b") says which one in messages. A
-    // missing operand, text that is not of that form, a number the reader refuses, rows of
-    // different lengths or an empty matrix fail. Converted to T as described above.
+    // missing operand, text that is not of that form, a word that is not a number, rows of
+    // different lengths or an empty matrix fail (a number text the number reader refuses stops
+    // there, with its own message). Converted to T as described above.
     template <class T>
     Matrix<T> matrix(const std::string& name);
     template <class T>

@@ -4,11 +4,11 @@
 // vector readers of the library, which every text form of the system goes through.
 #include "lab.h"
 
-#include "arith/precision.h"
-#include "base/exceptions.h"
 #include "base/stream.h"
 
 #include <cctype>
+#include <charconv>
+#include <cmath>
 #include <cstdlib>
 #include <iostream>
 #include <sstream>
@@ -106,18 +106,81 @@ std::string vectorText(const Item& row)
     return text + "]";
 }
 
-// The QQ value of an operand converted to T; for long double with the probe of the precision
-// layer, so that a value the long double misses is bad input, not a silently different operand.
-template <class T, class Q>
-T converted(const Q& exact, const std::string& name)
+// The long double nearest to x, up to a unit or two in the last place: integer part plus the
+// quotient of numerator and denominator, each read by strtold. Not Precision::conv: the engine's
+// crossing goes through decimal text that keeps the digits of a limb unpadded (0.1000000001
+// reads as 0.11), and a tool that compares the routines with outside references must hand them
+// the operand it was given.
+long double standardValue(const QQ& x)
 {
-    T result;
-    try {
-        Precision::conv(exact, result, true);
-    } catch (const PrecisionException&) {
-        fail(name + ": an entry is not representable in long double (--ld)");
-    }
+    if (x.isInf) return x.isPositive ? HUGE_VALL : -HUGE_VALL;
+    long double value = std::strtold(x.ganze.getStringRepresentation().c_str(), nullptr);
+    if (!x.zaehler.isZero())
+        value += std::strtold(x.zaehler.getStringRepresentation().c_str(), nullptr) /
+                 std::strtold(x.nenner.getStringRepresentation().c_str(), nullptr);
+    return x.isPositive ? value : -value;
+}
+
+Matrix<QQ> standardOperand(const Matrix<QQ>& exact, QQ*)
+{
+    return exact;
+}
+
+Vector<QQ> standardOperand(const Vector<QQ>& exact, QQ*)
+{
+    return exact;
+}
+
+Matrix<long double> standardOperand(const Matrix<QQ>& exact, long double*)
+{
+    Matrix<long double> result(exact.rowCount, exact.colCount);
+    for (long i = 1; i <= exact.rowCount; ++i)
+        for (long j = 1; j <= exact.colCount; ++j)
+            result[i][j] = standardValue(exact[i][j]);
     return result;
+}
+
+Vector<long double> standardOperand(const Vector<QQ>& exact, long double*)
+{
+    Vector<long double> result(exact.MN);
+    for (long i = 1; i <= exact.MN; ++i)
+        result[i] = standardValue(exact[i]);
+    return result;
+}
+
+// The text of a result entry: QQ's own; a long double in its 17 significant digits, written
+// out without an exponent (which the vector reader doesn't take), trailing zeroes dropped.
+std::string entryText(const QQ& x)
+{
+    std::ostringstream text;
+    text << x;
+    return text.str();
+}
+
+std::string entryText(long double x)
+{
+    if (std::isnan(x)) return "nan";
+    if (std::isinf(x)) return x > 0 ? "inf" : "-inf";
+    if (x == 0) return "0";
+    char buffer[64];
+    const auto written =
+        std::to_chars(buffer, buffer + sizeof buffer, fabsl(x), std::chars_format::scientific, 16);
+    const std::string scientific(buffer, written.ptr);
+    const size_t e = scientific.find('e');
+    std::string digits = scientific.substr(0, 1) + scientific.substr(2, e - 2);
+    const long point = 1 + std::stol(scientific.substr(e + 1)); // digits before the point
+    std::string text;
+    if (point <= 0)
+        text = "0." + std::string(static_cast<size_t>(-point), '0') + digits;
+    else if (point >= static_cast<long>(digits.size()))
+        text = digits + std::string(static_cast<size_t>(point) - digits.size(), '0');
+    else
+        text = digits.substr(0, static_cast<size_t>(point)) + "." + digits.substr(static_cast<size_t>(point));
+    if (text.find('.') != std::string::npos) {
+        text.erase(text.find_last_not_of('0') + 1);
+        if (text.back() == '.') text.pop_back();
+    }
+    return (x < 0 ? "-" : "") + text;
 }
 
 } // namespace
@@ -159,7 +222,7 @@ Matrix<T> LabIo::matrix(const std::string& name)
     Matrix<QQ> exact;
     std::istringstream stream(text);
     exact.unserialize(stream);
-    return converted<Matrix<T>>(exact, name);
+    return standardOperand(exact, static_cast<T*>(nullptr));
 }
 
 template <class T>
@@ -171,7 +234,7 @@ Vector<T> LabIo::vector(const std::string& name)
     Vector<QQ> exact;
     std::istringstream stream(vectorText(operand));
     exact.unserialize(stream);
-    return converted<Vector<T>>(exact, name);
+    return standardOperand(exact, static_cast<T*>(nullptr));
 }
 
 void LabIo::end()
@@ -195,11 +258,12 @@ long LabIo::integerOption(const std::string& name, long fallback) const
 template <class T>
 void LabIo::write(const Matrix<T>& A)
 {
-    const Matrix<QQ> exact(A);
     out << "[ ";
-    for (long i = 1; i <= exact.rowCount; ++i) {
-        exact[i].serialize(out);
-        out << ' ';
+    for (long i = 1; i <= A.rowCount; ++i) {
+        out << "[ ";
+        for (long j = 1; j <= A.colCount; ++j)
+            out << entryText(A[i][j]) << ' ';
+        out << "] ";
     }
     out << "]\n";
 }
@@ -207,19 +271,20 @@ void LabIo::write(const Matrix<T>& A)
 template <class T>
 void LabIo::write(const Vector<T>& v)
 {
-    const Vector<QQ> exact(v);
-    exact.serialize(out);
-    out << '\n';
+    out << "[ ";
+    for (long i = 1; i <= v.MN; ++i)
+        out << entryText(v[i]) << ' ';
+    out << "]\n";
 }
 
 void LabIo::write(const QQ& x)
 {
-    out << x << '\n';
+    out << entryText(x) << '\n';
 }
 
 void LabIo::write(long double x)
 {
-    write(QQ(x));
+    out << entryText(x) << '\n';
 }
 
 void LabIo::write(long x)

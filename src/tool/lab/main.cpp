@@ -16,6 +16,8 @@ namespace {
 std::vector<LabCommand> commandTable()
 {
     std::vector<LabCommand> table = eliminationCommands();
+    for (const LabCommand& row : lqCommands())
+        table.push_back(row);
     return table;
 }
 
