@@ -130,27 +130,10 @@ std::vector<std::pair<long, T>> figures(const Vorm<T>& checked)
     return result;
 }
 
-TYPED_TEST(SolutionCheckTyped, ArrayPassSkipsTheRecordThatMovesIntoAFreedPlace)
-{
-    using T = TypeParam;
-    using Figures = std::vector<std::pair<long, T>>;
-    Vorm<T> checked = exampleWith<T>({});
-    EXPECT_TRUE(checked.checkStars());
-    checked = exampleWith<T>({"[ 3 0 3 ]", "[ 9 9 9 ]", "[ 8 8 8 ]", "[ 2 0 4 ]", "[ 4 1 1 ]", "[ 7 7 7 ]"});
-    // [ 9 9 9 ] goes and [ 8 8 8 ], moving up, is skipped; [ 2 0 4 ] goes and [ 4 1 1 ] is
-    // skipped; [ 7 7 7 ] goes.
-    EXPECT_FALSE(checked.checkStars());
-    EXPECT_EQ(figures(checked), (Figures{{1, T(9L)}, {3, T(-1L)}, {5, T(-1L)}}));
-    // Next pass: [ 8 8 8 ] goes, [ 4 1 1 ] is skipped again; the third pass checks it.
-    EXPECT_FALSE(checked.checkStars());
-    EXPECT_EQ(figures(checked), (Figures{{1, T(9L)}, {5, T(-1L)}}));
-    EXPECT_TRUE(checked.checkStars());
-    EXPECT_EQ(figures(checked), (Figures{{1, T(9L)}, {5, T(12L)}}));
-}
-
 // The pass against removing each failing record at once, on random runs of passing and failing
 // records (long runs of failures among them): the same survivors in the same order, with the
-// same figures.
+// same figures. (That a record moving into a freed place is skipped until the next pass is
+// pinned end to end in tests/tool/run_test.cpp.) An empty array passes.
 TYPED_TEST(SolutionCheckTyped, ArrayPassEqualsRemovingEachFailureInPlace)
 {
     using T = TypeParam;
@@ -161,7 +144,7 @@ TYPED_TEST(SolutionCheckTyped, ArrayPassEqualsRemovingEachFailureInPlace)
         return std::uniform_int_distribution<long>(low, high)(random);
     };
     for (int round = 0; round < 60; ++round) {
-        const long count = draw(0, 40), failureRate = draw(0, 4);
+        const long count = round == 0 ? 0 : draw(0, 40), failureRate = draw(0, 4);
         std::vector<const char*> xs;
         for (long i = 1; i <= count; ++i)
             xs.push_back(draw(0, 4) < failureRate ? "[ 9 9 9 ]"
