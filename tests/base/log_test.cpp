@@ -87,16 +87,5 @@ TEST(Exceptions, TextsAndDefaults)
     static_assert(std::is_base_of_v<PrecisionException, PreCommaPrecisionException>);
 }
 
-TEST(NumberFormat, SeventeenDigitValuesSurviveTheRoundTrip)
-{
-    std::ostringstream out;
-    out << std::fixed;
-    DBL_OSTREAM_PREC(out) << 0.1L << " " << 12345678.901234567L;
-    std::istringstream in(out.str());
-    long double a, b;
-    in >> a >> b;
-    EXPECT_TRUE(a == 0.1L && b == 12345678.901234567L) << out.str();
-}
-
 } // namespace
 } // namespace latopt
