@@ -87,17 +87,5 @@ TEST(MutexVarsAccess, SetCreatesEachKeyOnceAndKeepsTheOrder)
     EXPECT_EQ(vars.dimension(), 1);
 }
 
-TEST(MutexVarsAccess, MainVariablesExistFromTheStartInTheirOrderAndCopy)
-{
-    MainMutexVars vars;
-    EXPECT_EQ(keys(vars),
-              std::vector<MainMutexVariable>({MMV_HOST_0, MMV_HOST_1, MMV_HOST_3, MMV_RESET_5,
-                                              MMV_SOLUTION_COUNT, MMV_SOLUTIONS, MMV_HOST_4, MMV_RUN_STATE}));
-    vars.set(MMV_RUN_STATE, "stopped");
-    MainMutexVars copy(vars);
-    EXPECT_EQ(copy.get(MMV_RUN_STATE), "stopped");
-    EXPECT_EQ(copy.dimension(), 8);
-}
-
 } // namespace
 } // namespace latopt
