@@ -21,18 +21,6 @@ class VormTyped : public testing::Test {
 using NumberTypes = testing::Types<long double, QQ>;
 TYPED_TEST_SUITE(VormTyped, NumberTypes);
 
-TYPED_TEST(VormTyped, FreedomDegreeTellsWhichBoundsAreInfinite)
-{
-    using T = TypeParam;
-    const T inf = Constant<T>::INF(), zero = Constant<T>::ZERO();
-    EXPECT_EQ(Vorm<T>::evaluateFreedomDegree(-inf, inf), FREE);
-    EXPECT_EQ(Vorm<T>::evaluateFreedomDegree(zero, inf), RIGHT_FREE);
-    EXPECT_EQ(Vorm<T>::evaluateFreedomDegree(-inf, zero), LEFT_FREE);
-    EXPECT_EQ(Vorm<T>::evaluateFreedomDegree(zero, zero), BOUNDED);
-    // Exact: only the infinity of the right sign counts.
-    EXPECT_EQ(Vorm<T>::evaluateFreedomDegree(inf, -inf), BOUNDED);
-}
-
 // Reads each block from the text after it.
 template <class... Rest>
 void read(Serializable& block, const char* text, Rest&&... rest)
