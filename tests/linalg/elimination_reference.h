@@ -4,6 +4,7 @@
 // random exact matrices of a chosen rank with their values in either number type.
 #pragma once
 
+#include "arith/math.h"
 #include "arith/qq.h"
 #include "linalg/matrix.h"
 
@@ -144,6 +145,21 @@ Matrix<QQ> randomMatrixOfRank(std::mt19937_64& random, long m, long n, long r)
 {
     if (r >= std::min(m, n)) return randomExactMatrix<T>(random, m, n);
     return randomExactMatrix<T>(random, m, r) * randomExactMatrix<T>(random, r, n);
+}
+
+// A multiplied by the least common multiple of its denominators: an integer matrix of the same
+// rank, echelon form and kernel (exact QQ elimination takes another way on integer matrices).
+inline Matrix<QQ> integerMultiple(const Matrix<QQ>& A)
+{
+    ZZ multiple(1);
+    for (long i = 1; i <= A.rowCount; ++i)
+        for (long j = 1; j <= A.colCount; ++j)
+            multiple = Math::kgv(multiple, A[i][j].nenner);
+    Matrix<QQ> B(A);
+    for (long i = 1; i <= A.rowCount; ++i)
+        for (long j = 1; j <= A.colCount; ++j)
+            B[i][j] = A[i][j] * QQ(multiple);
+    return B;
 }
 
 } // namespace latopt::testing_support

@@ -65,9 +65,9 @@ class Elimination : public ::testing::Test {
 using NumberTypes = ::testing::Types<long double, QQ>;
 TYPED_TEST_SUITE(Elimination, NumberTypes);
 
-// Random shapes and ranks: the reduced form and its pivots equal the reference (the form is
-// unique); Tr A = R; the rank is right; Nr spans the kernel. The plain form is an echelon form
-// with Tr A = it, and the sign of its result is the sign of det(Tr).
+// Random shapes and ranks, fractions and integers: the reduced form and its pivots equal the reference (the
+// form is unique); Tr A = R; the rank is right; Nr spans the kernel. The plain form is an echelon form with
+// Tr A = it, and the sign of its result is the sign of det(Tr).
 TYPED_TEST(Elimination, EchelonFormsAgreeWithReference)
 {
     using T = TypeParam;
@@ -76,7 +76,8 @@ TYPED_TEST(Elimination, EchelonFormsAgreeWithReference)
     std::mt19937_64 random(seed + 41);
     for (long round = 0; round < rounds(60); ++round) {
         const long m = 1 + round % 5, n = 1 + (round / 5) % 5, r = 1 + round % 3;
-        const Matrix<QQ> exactA = randomMatrixOfRank<T>(random, m, n, r);
+        const Matrix<QQ> drawn = randomMatrixOfRank<T>(random, m, n, r);
+        const Matrix<QQ> exactA = round % 2 == 0 ? drawn : testing_support::integerMultiple(drawn);
         const Matrix<T> A = toNumbers<T>(exactA);
         const testing_support::ReferenceForm reference = referenceRref(exactA);
         const long rank = static_cast<long>(reference.pivots.size());

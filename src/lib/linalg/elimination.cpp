@@ -11,7 +11,9 @@
 #include "linalg/kernel.h"
 
 #include <cmath>
+#include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace latopt {
 
@@ -84,11 +86,158 @@ void setZero(Matrix<T>& M, long rows, long cols)
             M.rowData[i].data[j] = Constant<T>::ZERO();
 }
 
+// ---- Fraction-free elimination of integer matrices in QQ ----------------------------------------
+// Row operations in QQ on entries that grow to hundreds of digits spend their time reducing
+// fractions. On a matrix of integers the same elimination runs fraction-free instead: row i of
+// [A | Tr] is kept as an integer row B_i = d L_i, where L_i is the row the elimination in QQ would
+// hold and d the pivot of B of the last step (1 before the first). A step with pivot p = B_k[c]
+// sets every other row it works on to B_i = (p B_i - B_i[c] B_k) / d, which is p L_i after the
+// step in QQ, and d = p; the pivot row, untouched, is p times its normalised self. The division is
+// exact, each entry being a minor of [A | I]. A factor common to all rows changes neither a zero
+// test nor a comparison of absolute values, so the pivots, the exchanges and the sign are those of
+// the elimination in QQ, and each entry, divided by its row's factor once at the end, equals its
+// entry there. In the unreduced form the rows above the pivot are not worked on: a pivot row
+// keeps the factor of its own step.
+
+// Every entry an integer (no infinity), and the arithmetic exact: the truncating mode rounds
+// products, which only the elimination in QQ reproduces.
+bool fractionFreeApplies(const Matrix<QQ>& A)
+{
+    if (QQ::enableTruncate) return false;
+    for (long i = 1; i <= A.rowCount; ++i) {
+        const QQ* row = A.rowData[i].data;
+        for (long j = 1; j <= A.colCount; ++j)
+            if (row[j].isInf || !row[j].zaehler.isZero()) return false;
+    }
+    return true;
+}
+
+// |a| > |b|.
+bool magnitudeGreater(const ZZ& a, const ZZ& b)
+{
+    ZZ x(a);
+    ZZ y(b);
+    x.isPositive = true;
+    y.isPositive = true;
+    return x.compare(y) > 0;
+}
+
+// row_echelon_form for a matrix on which fractionFreeApplies, with the same results.
+long fractionFreeEchelon(Matrix<QQ>& A, Matrix<QQ>& Tr, bool reduced)
+{
+    const long m = A.rowCount;
+    const long n = A.colCount;
+    const long width = n + m;
+    // B[i] (i = 1..m) is row i of [A | I]: A in columns 0..n-1, Tr in n..n+m-1.
+    std::vector<std::vector<ZZ>> B(m + 1);
+    for (long i = 1; i <= m; ++i) {
+        B[i].resize(width);
+        const QQ* row = A.rowData[i].data;
+        for (long j = 1; j <= n; ++j)
+            if (!row[j].isZero()) B[i][j - 1] = row[j].signedInteger();
+        B[i][n + i - 1] = 1;
+    }
+    std::vector<ZZ> factor(m + 1);
+    std::vector<long> pivotColumns(m + 1, 0);
+    ZZ d(1);
+    ZZ p;
+    ZZ multiplier;
+    ZZ t;
+    ZZ u;
+    ZZ remainder;
+    long sign = 1;
+    long rank = 0;
+    long start = 0;
+    // row = (p row - row[column] pivotRow) / d; row[column] becomes zero.
+    auto eliminate = [&](std::vector<ZZ>& row, const std::vector<ZZ>& pivotRow, long column) {
+        std::swap(multiplier, row[column]);
+        row[column] = 0;
+        const bool scaled = !(p.compare(d) == 0);
+        const bool subtracts = !multiplier.isZero();
+        if (!scaled && !subtracts) return;
+        for (long j = 0; j < width; ++j) {
+            if (j == column) continue;
+            const bool own = !row[j].isZero();
+            const bool other = subtracts && !pivotRow[j].isZero();
+            if (!other && (!own || !scaled)) continue;
+            if (own)
+                ZZ::mul(p, row[j], t);
+            else
+                t = 0;
+            if (other) {
+                ZZ::mul(multiplier, pivotRow[j], u);
+                ZZ::sub(t, u, t);
+            }
+            if (d.compare(ZZ(1)) == 0) {
+                std::swap(row[j], t);
+                continue;
+            }
+            ZZ::div(t, d, row[j], remainder);
+            if (!remainder.isZero())
+                fatal("row_echelon_form: an inexact division in the fraction-free elimination");
+        }
+    };
+    for (long k = 1; k <= m; ++k) {
+        // The pivot row, as in row_echelon_form.
+        long best = 0;
+        long column = n;
+        for (long i = k; i <= m; ++i) {
+            long leading = start;
+            while (leading < n && B[i][leading].isZero())
+                ++leading;
+            if (leading == n) continue;
+            if (leading < column) {
+                best = i;
+                column = leading;
+            } else if (leading == column && magnitudeGreater(B[i][column], B[best][column])) {
+                std::swap(B[i], B[best]);
+                sign = -sign;
+            }
+        }
+        if (best == 0) break;
+        if (best != k) {
+            std::swap(B[best], B[k]);
+            sign = -sign;
+        }
+        p = B[k][column];
+        factor[k] = d;
+        for (long i = k + 1; i <= m; ++i)
+            eliminate(B[i], B[k], column);
+        if (reduced)
+            for (long i = 1; i < k; ++i) {
+                eliminate(B[i], B[k], column);
+                if (B[i][pivotColumns[i]].isZero()) fatal("This should not happen -- check it");
+            }
+        d = p;
+        pivotColumns[k] = column;
+        ++rank;
+        start = column + 1;
+    }
+    // Each entry over its row's factor: d for every row of the reduced form and for the rows after
+    // the rank, the factor of its step for a pivot row of the unreduced form.
+    setZero(Tr, m, m);
+    for (long i = 1; i <= m; ++i) {
+        const ZZ& divisor = reduced || i > rank ? d : factor[i];
+        QQ* row = A.rowData[i].data;
+        QQ* rowTr = Tr.rowData[i].data;
+        for (long j = 0; j < width; ++j) {
+            QQ& entry = j < n ? row[j + 1] : rowTr[j - n + 1];
+            if (B[i][j].isZero())
+                entry = QQ();
+            else
+                entry = QQ(std::move(B[i][j]), ZZ(divisor));
+        }
+    }
+    return sign * rank;
+}
+
 } // namespace
 
 template <class T>
 long Matrix<T>::row_echelon_form(Matrix<T>& Tr, bool reduced)
 {
+    if constexpr (std::is_same_v<T, QQ>)
+        if (fractionFreeApplies(*this)) return fractionFreeEchelon(*this, Tr, reduced);
     const long m = rowCount;
     const long n = colCount;
     kernel::Scratch<T> scratch;
