@@ -72,6 +72,24 @@ ExtendedParams<R2>::ExtendedParams(Lattice<R1, R2>& lattice) : ExtendedParams()
         makeIdentity(lattice.TT[1], lattice.dimB);
         lattice.TT.throwOnLoss = true;
     });
+    // Both trimming callbacks act only while their parameter is off. B then carries no part of
+    // the trimming that the parameter governs, so the removal under the present settings is
+    // exact, and the reset leaves nothing for the new setting to find: scale factors 1, or a zero
+    // translation.
+    scale.setChangeCallback([this, &lattice](const std::string& text) {
+        if (scale == text || scale.value) return;
+        lattice.removeTranslationAndScalingAndInvalidate();
+        lattice.trimming.resetScaling();
+        lattice.scaledInhomogenousConstant = lattice.inhomogenousConstant;
+        Trimming<R1>::scaleLimit = Constant<R1>::SCALE_LIMIT_DEFAULT();
+        for (long i = 1; i <= lattice.dimN; ++i)
+            lattice.applyScalingAndTranslationToBnd(i);
+        lattice.applyScalingAndTranslationAndInvalidate();
+    });
+    translate.setChangeCallback([this, &lattice](const std::string& text) {
+        if (translate == text || translate.value) return;
+        lattice.resetTrimming(false, true);
+    });
 }
 
 // Lattice
@@ -139,8 +157,9 @@ void Lattice<R1, R2>::resetLattice(const Matrix<R1>* basis, bool clearFileName)
     for (long i = 1; i <= gsFullStages.dimension(); ++i)
         zeroEntries(gsFullStages[i]);
     zeroEntries(gsLowerFull);
-    // 10. The basis is the untrimmed one. (resetTrimming(true, true) comes first, and the
-    //     containment test forgets its state, once trimming and containment exist.)
+    // 10. The trimming back to none, then the basis is the untrimmed one. (The containment test
+    //     forgets its state here, once it exists.)
+    resetTrimming(true, true);
     B = B_save;
     // 11. (The two solve caches are emptied here, once they exist.)
     // 12. The members that must not lose a value on the way down to long double.
@@ -171,8 +190,7 @@ void Lattice<R1, R2>::setDims(long rows, long cols, bool keepBest)
     B_save.setDimensions(rows, cols, false);
     for (long i = 1; i <= TT.dimension(); ++i)
         if (TT[i].rowCount < rows || TT[i].colCount < rows) TT[i].setDimensions(rows, rows, false);
-    // 4. What follows the rows, and what follows the columns. (trimming follows the columns too,
-    //    once it exists.)
+    // 4. What follows the rows, and what follows the columns.
     rowState.setDimension(rows, false);
     mu.setDimensions(rows, rows, false);
     gsVectors.setDimensions(rows, cols, false);
@@ -185,6 +203,7 @@ void Lattice<R1, R2>::setDims(long rows, long cols, bool keepBest)
     lTrimmed.setDimension(cols, false);
     r.setDimension(cols, false);
     rTrimmed.setDimension(cols, false);
+    trimming.setDimension(cols, false);
     // 5. The new dimensions.
     dimB = rows;
     if (cols > 0) dimN = cols;
@@ -247,6 +266,7 @@ Lattice<R1, R2>& Lattice<R1, R2>::_assign(const Lattice<S1, S2>& other, bool kee
     rowValues = other.rowValues;
     Precision::conv(other.stageValue, stageValue, false);
     stages._assign(other.stages);
+    trimming._assign(other.trimming);
     return *this;
 }
 

@@ -9,6 +9,10 @@
 // resetLattice (B_save, solutions, TT, c, l, lTrimmed, r, rTrimmed, rowValues, stages, and rowNorm
 // with allowPostCommaLoss) and the scalars of the lattice data must arrive faithfully, else
 // PrecisionException, and the target is then half written (YLattice restores its backup).
+// Trimming (trimming.cpp): B is held in trimmed coordinates, each column scaled by trimming and,
+// in proportion to the inhomogenous component, translated; B_save and l, r are untrimmed. The
+// parameters scale and translate say which of the two act, and are read at every application and
+// removal: they change only through setTrimming, which takes the trimming off and puts it back.
 // Files: the .sol file of the program (sol_file.cpp) is read record by record and written whole
 // through a temporary file that replaces it, with SIGINT and SIGTERM held back meanwhile.
 //
@@ -16,16 +20,15 @@
 // of the member order: bestVector (HeuristicVector<R1, R2>, after params), containment
 // (ContainmentVerification<R1, R2>) and coords (CoordsComputation<R1, R2>, with the two solve
 // caches) after checkVectorsState, and goodVectors, bestVectors (SortedSet<HeuristicVector>,
-// limit collectLimit) and trimming (Trimming<R1>) at the end. Their steps in resetLattice,
-// setDims and _assign are marked where they belong; so are the change callbacks of scale and
-// translate in params, which act on the trimming (params is bound to the lattice and has the
-// callback of consistency already).
+// limit collectLimit) before trimming, at the end. Their steps in resetLattice, setDims and
+// _assign are marked where they belong.
 #pragma once
 
 #include "arith/constant.h"
 #include "arith/qq.h"
 #include "base/array.h"
 #include "base/serializable_array.h"
+#include "lattice/trimming.h"
 #include "linalg/matrix.h"
 #include "linalg/vector.h"
 #include "os/mutex.h"
@@ -114,7 +117,8 @@ public:
     Vector<R1> rowValues;                     // one value per row, for the search drivers
     R2 stageValue;                            // a value of the search drivers; kept and copied
     ConversionArray<Stage<R1, R2>> stages;    // dimB + 1 entries: enumeration state of each row
-    // goodVectors, bestVectors and trimming join here.
+    // goodVectors and bestVectors join here.
+    Trimming<R1> trimming; // scale factors and translation of the columns of B
 
     static Statistics statistics; // the counters of the run, one object per instantiation
 
@@ -142,6 +146,34 @@ public:
     // extension ("\\.[^./]*$"), or the whole name if that leaves nothing; optFile and solFile go
     // to the program and to unprepared, latFile to the lattice.
     void setFileNames(const std::string& name);
+
+    // Trimming (trimming.cpp). With s the parameter scale and t the parameter translate, both read
+    // at each call. The last column, which carries the inhomogenous component, is never
+    // translated, whatever trimming.translation holds there: removal reads the fraction of the
+    // constant back from that component, so it must come through the trimming unshifted.
+    // v with the trimming applied (apply: scale if s, then translate if t) or removed (translate
+    // back if t, then unscale if s). The translation is v[dimN] / K times trimming.translation,
+    // K the constant in the form of v: inhomogenousConstant for a plain v (apply, or s unset),
+    // scaledInhomogenousConstant for a scaled one; v[dimN] zero (within 10^-9) is not translated.
+    Vector<R1> handleScalingAndTranslation(const Vector<R1>& v, bool apply) const;
+    // New matrices whose rows went through handleScalingAndTranslation; the lattice stays.
+    Matrix<R1> applyScalingAndTranslation(const Matrix<R1>& M) const;
+    Matrix<R1> removeTranslationAndScaling(const Matrix<R1>& M) const;
+    // B replaced by the trimmed or the untrimmed form of B; every row state word goes to 0.
+    void applyScalingAndTranslationAndInvalidate();
+    void removeTranslationAndScalingAndInvalidate();
+    // lTrimmed[i], rTrimmed[i] from l[i], r[i]: times scale[i] plus translation[i] (none in the
+    // last column), whatever s and t say; exchanged when scale[i] < 0.
+    void applyScalingAndTranslationToBnd(long i);
+    // Takes the trimming off B, resets the scale factors (and scaledInhomogenousConstant,
+    // scaleLimit) if resetScale and the translation if resetTranslation, recomputes every bound
+    // pair and puts the trimming back on B.
+    void resetTrimming(bool resetScale, bool resetTranslation);
+    // Sets the parameters scale and translate in a bracket: the trimming comes off B under the old
+    // settings and goes back on under the new ones, with every bound pair recomputed in between.
+    // The parameters must change only so (or through their change callbacks): a change while B
+    // is trimmed would make the removal undo what was never applied.
+    void setTrimming(bool scale, bool translate);
 
     // Solution file (sol_file.cpp).
     // Appends the records of solFile to stars; short records are completed by checkStar. With

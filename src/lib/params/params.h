@@ -85,8 +85,12 @@ public:
     // The settings of lattice: also installs a change callback on consistency which, handed a
     // text that differs from the parameter's while its value is false, resets lattice's
     // transformation stack to one identity of dimB rows and marks it for faithful conversion.
-    // A change through operator= writes the text first and so passes by. (The callbacks of scale
-    // and translate act on the trimming of the lattice and join with it.) Defined with Lattice.
+    // A change through operator= writes the text first and so passes by. The callbacks of scale
+    // and translate act alike, handed a new text while their value is false: scale takes the
+    // trimming off lattice's basis, resets the scale factors (with the scaled constant and the
+    // scale limit), recomputes the bounds and trims again; translate resets the translation so
+    // (Lattice::resetTrimming(false, true)). Lattice::setTrimming changes both settings safely.
+    // Defined with Lattice.
     template <class R1>
     explicit ExtendedParams(Lattice<R1, R2>& lattice);
     // A copy is bound to no lattice: its callbacks do nothing.
