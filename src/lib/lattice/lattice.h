@@ -13,8 +13,9 @@
 // in proportion to the inhomogenous component, translated; B_save and l, r are untrimmed. The
 // parameters scale and translate say which of the two act, and are read at every application and
 // removal: they change only through setTrimming, which takes the trimming off and puts it back.
-// Files: the .sol file of the program (sol_file.cpp) is read record by record and written whole
-// through a temporary file that replaces it, with SIGINT and SIGTERM held back meanwhile.
+// Files: the .sol file of the program (sol_file.cpp) is read record by record; it and the .lat
+// snapshot (lat_file.cpp) are written whole through a temporary file that replaces the old one,
+// with SIGINT and SIGTERM held back meanwhile (protected_file.h).
 //
 // Members that belong to later stages of the engine join the class with them, in these places
 // of the member order: bestVector (HeuristicVector<R1, R2>, after params), containment
@@ -185,6 +186,14 @@ public:
     // it is complete, and end the run then.
     void writeSolFile(bool keepStars);
 
+    // Lattice file (lat_file.cpp).
+    // Writes the snapshot of the lattice to latFile while pendingSolutionWrite: the untrimmed B,
+    // l, r, c, R, lx and rx of unprepared, its tu and target bounds, and the seconds since
+    // statistics.startTime, each on its own line, numbers in 17 digits. The file is replaced
+    // whole; SIGINT and SIGTERM are held back as for the .sol file. An empty latFile is warned
+    // about and nothing is written; a file that can't be written is left as it is, silently.
+    void writeLatFile() const;
+
     // The closing figures of a search: the sums of bestTarget when the program has targets, the
     // count of found solutions unless benchmarking, and the times of the first three solutions.
     std::string solutionStats() const;
@@ -192,6 +201,8 @@ public:
     // Called, when set, once the records are written and before the file replaces the old one:
     // a point inside the protected write, for tests of the signal handling.
     static inline void (*solWriteProbe)() = nullptr;
+    // The same inside the protected write of the .lat file.
+    static inline void (*latWriteProbe)() = nullptr;
 };
 
 } // namespace latopt
