@@ -112,6 +112,76 @@ public:
     // Widens ltu, and rtu while tu is 0, by the target sums at the corners lx and rx.
     void adaptTargetBoundsByXBounds();
 
+    // Preparation (preparation.cpp). Every rewrite keeps the set of feasible x, read back through
+    // constantVariables, swappedHalfFreeVariables, the offsets lx, the slack columns and the units
+    // 10^-dx; At, Ag and Au keep dim rx columns throughout. Notes go to standard output only when
+    // verbose. Unfulfillable data stop fatally ("... --> NO SOLUTIONS!"); in long double a value
+    // beyond the trusted range throws PrecisionException with the pass's text, the program then
+    // half rewritten (the caller redoes the work in QQ from the program it copied).
+    //
+    // The slack stage, run once on the program as read: removeBoundlessInequations,
+    // detectFakeInequations, slackifyHalfFreeInequations, simplifySlackTargets and
+    // initTargetCoefficients unless slackified is already set; then, with applyKnownBounds,
+    // applyKnownTargetBounds and adaptTargetBoundsByXBounds; slackified becomes true.
+    void slackStage(bool applyKnownBounds, bool verbose);
+    // On a copy of the slackified program: removeConstantVariables, applyPrecision,
+    // removeFloatingPointEntries, removeDependentEquations (with equations),
+    // detectSwappedHalfFreeVariables, validateAndSharpenInEquations(true), then (false),
+    // initTargetCoefficients, zerofyFiniteLowerVariableBounds.
+    void prepareVorm(bool verbose);
+    // Appends a variable: its freedom degree, lx = left, rx = right, dx = step; At, Ag and Au get
+    // a zero column.
+    void extendXBounds(const T& left, const T& right, const T& step);
+    // "Optimization program: Targets = .., Equations = .., Inequations = .., Variables = .." on
+    // standard output, counting the slack equations as the inequations they came from.
+    void printOptInfos() const;
+    // Drops the inequations -INF <= a x <= +INF.
+    void removeBoundlessInequations(bool verbose);
+    // Moves each inequation with lu = ru to a new last equation; lu = ru = +-INF is fatal.
+    void detectFakeInequations(bool verbose);
+    // a x <= r becomes -a x >= -r; then a x >= l becomes the equation K a x - s = K l with a new
+    // slack s >= 0, K the factor that makes K a x and K l integers on the grid of the variables.
+    void slackifyHalfFreeInequations();
+    // A target near d becomes K a x + s1 - s2 = K d with two slacks >= 0 and the target
+    // (s1 + s2) / K, minimised; the replaced targets gather at the end of the target list.
+    void simplifySlackTargets();
+    // atu = sum_i sign(i) At[i] ("atu overflow").
+    void initTargetCoefficients();
+    // With every kt finite: initOrAdaptTargetBnds(kt, 1 + sum_i sign(i) kt[i]).
+    void applyKnownTargetBounds();
+    // Takes out the variables with lx = rx (BOUNDED) into constantVariables, moving their part
+    // into bg, lu, ru, ltu, rtu.
+    void removeConstantVariables();
+    // Removes dependent rows of [bg | Ag] keeping their integer row span (eliminateDependentRows).
+    void removeDependentEquations(bool verbose);
+    // x -> -x for each variable with lx = -INF and finite rx, which then is RIGHT_FREE.
+    void detectSwappedHalfFreeVariables(bool verbose);
+    // The interval of each row of Au (true) or Ag (false) over the box lx, rx: an equation outside
+    // it, or an inequation that can't meet it, is fatal; inequation bounds shrink to it.
+    void validateAndSharpenInEquations(bool inequations);
+    // Shifts every variable with finite lx to start at 0; lx stays as the offset to add back.
+    void zerofyFiniteLowerVariableBounds();
+
+    // Integer normalisation (normalisation.cpp).
+    // 10^dx[j]; a dx that is negative or not an integer is fatal, naming the file.
+    T decimalFactor(long j) const;
+    // Variables into units of 10^-dx (columns divided by 10^dx, bounds multiplied), then every
+    // finite rx floored and lx ceiled.
+    void applyPrecision();
+    // Integer coefficients: one factor for all targets (and dt, kt, ltu, rtu), one per equation
+    // (with bg), one per inequation (its bounds then rounded inward).
+    void removeFloatingPointEntries();
+    // The least common multiple of the variable widths rx (lx shifted out), and unless
+    // variablesOnly of the inequation widths and of rtu - ltu; may raise an artificial rx and
+    // lower ltu to make it smaller. A zero inequation width is fatal ("ineq bounds error1").
+    T computeBoundsKgV(bool variablesOnly);
+    // The multiple over the finite variable widths, starting from kgv (accumulate false: only the
+    // artificial rx of RIGHT_FREE and FREE variables are widened); may change rx.
+    T computeXBoundsKgV(T kgv, bool accumulate);
+    // Lowers left (to a width right - left that is an integer) so that kgv(kgv, right - left) is
+    // smallest, within 10^4 steps; returns the final right - left.
+    T decreaseLeftTargetBoundUntilKgvIsMinimal(const T& kgv, const T& right, T& left) const;
+
     // Solution check and report (solution_check.cpp).
     // Proves star against this program: bounds, equations, inequations; with targets it then
     // sets targetValues, targetNorm and slackNorm. False on the first failing test, the record
