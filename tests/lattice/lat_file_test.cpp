@@ -73,7 +73,7 @@ protected:
         fs::remove_all(directory);
     }
 
-    // The whole file for a write that took place 5000 or 5001 seconds after the start.
+    // The whole file, written 5000 or 5001 seconds after the start; no "-0" from the factor -1.
     static std::string expected(long seconds)
     {
         return "\n// B -- l, r -- c, R -- lx, rx -- tu, lrtu\n"
