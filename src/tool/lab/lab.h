@@ -85,5 +85,8 @@ struct LabCommand {
 std::vector<LabCommand>
 eliminationCommands();                // lab_elimination.cpp: rref, det, unimod, gauss, rsolve, lsolve
 std::vector<LabCommand> lqCommands(); // lab_lq.cpp: elim, lqr, lqf
+// lab_program.cpp: prep. Its option "P.opt", a word without "--", is the file named on the command
+// line, kept as options["file"].
+std::vector<LabCommand> programCommands();
 
 } // namespace latopt::lab

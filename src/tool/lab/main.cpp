@@ -18,6 +18,8 @@ std::vector<LabCommand> commandTable()
     std::vector<LabCommand> table = eliminationCommands();
     for (const LabCommand& row : lqCommands())
         table.push_back(row);
+    for (const LabCommand& row : programCommands())
+        table.push_back(row);
     return table;
 }
 
@@ -60,6 +62,12 @@ int main(int argc, char** argv)
         const std::string argument = argv[k];
         if (argument == "--ld") {
             longDouble = true;
+            continue;
+        }
+        // A command whose first option is a word without "--" takes one file name.
+        const bool takesFile = !command->options.empty() && command->options.front().rfind("--", 0) != 0;
+        if (takesFile && argument.rfind("--", 0) != 0 && options.count("file") == 0) {
+            options["file"] = argument;
             continue;
         }
         const size_t equals = argument.find('=');
