@@ -1,5 +1,6 @@
 #include "arith/constant.h"
 #include "arith/qq.h"
+#include "base/exceptions.h"
 #include "program/vorm.h"
 #include "test_seed.h"
 
@@ -101,6 +102,35 @@ TEST(Normalisation, BoundsKgVIsAMultipleOfEveryWidth)
     EXPECT_EQ(written(p.rx), "[ 4 8 ]");
     EXPECT_EQ(p.ltu, QQ(2L));
     EXPECT_EQ(p.computeBoundsKgV(true), QQ(8L));
+}
+
+// In long double a scaled bound that misses an integer by a rounding error (12.4 * 10 may give
+// 123.99...) must not be floored: the result is the exact one or a PrecisionException.
+TEST(Normalisation, LongDoubleBoundsAreExactOrRefused)
+{
+    const unsigned long long seed = test::testSeed();
+    SCOPED_TRACE(test::seedTrace(seed));
+    std::mt19937_64 random(seed);
+    long refused = 0;
+    const long count = test::rounds(300);
+    for (long round = 1; round <= count; ++round) {
+        // Hundredths 01..99 that don't end in 0 (the number reader refuses a trailing zero).
+        long hundredths = 1 + static_cast<long>(random() % 99);
+        if (hundredths % 10 == 0) ++hundredths;
+        const std::string bound = std::to_string(random() % 100000) + "." + (hundredths < 10 ? "0" : "") +
+                                  std::to_string(hundredths);
+        Vorm<QQ> exact = parse("[ ] [ ] [ ] [ ] [ [ 1 ] ] [ 0 ] [ 1 ] [ 2 ] [ 0 ] [ " + bound + " ]");
+        Vorm<long double> standard;
+        standard._assign(exact);
+        exact.applyPrecision();
+        try {
+            standard.applyPrecision();
+            EXPECT_EQ(QQ(standard.rx[1]), exact.rx[1]) << bound;
+        } catch (const PrecisionException&) {
+            ++refused;
+        }
+    }
+    EXPECT_LT(refused, count);
 }
 
 TEST(NormalisationDeathTest, InequationOfWidthZeroStops)
