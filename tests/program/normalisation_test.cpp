@@ -104,6 +104,16 @@ TEST(Normalisation, BoundsKgVIsAMultipleOfEveryWidth)
     EXPECT_EQ(p.computeBoundsKgV(true), QQ(8L));
 }
 
+// Target sums of grid points step by 1/K: x1 with entry 1/2 and x2 in tenths give steps of 1/10,
+// and a new solution must beat the bound 5 by that step, not by 1.
+TEST(Normalisation, TargetBoundIsBeatenByOneStepOfTheSum)
+{
+    Vorm<QQ> p = parse("[ -inf -inf ] [ [ 1/2 0 ] [ 0 1 ] ] [ ] [ ] [ ] [ ] [ ] [ 0 1 ] [ 0 0 ] [ 4 1 ]");
+    EXPECT_EQ(p.targetStep(), QQ(1L) / QQ(10L));
+    EXPECT_TRUE(p.initOrAdaptTargetBnds(Vector<QQ>("[ 2 3 ]"), QQ(5L)));
+    EXPECT_EQ(p.rtu, QQ(49L) / QQ(10L));
+}
+
 // In long double a scaled bound that misses an integer by a rounding error (12.4 * 10 may give
 // 123.99...) must not be floored: the result is the exact one or a PrecisionException.
 TEST(Normalisation, LongDoubleBoundsAreExactOrRefused)

@@ -98,6 +98,20 @@ T Vorm<T>::decimalFactor(long j) const
 }
 
 template <class T>
+T Vorm<T>::targetStep() const
+{
+    // Every target value of a grid point is a multiple of 1/K, and so is the target sum.
+    T factor = Constant<T>::ONE();
+    for (long i = 1; i <= At.rowCount; ++i)
+        for (long j = 1; j <= At.colCount; ++j) {
+            const T onGrid = j <= dx.dimension() ? At[i][j] / decimalFactor(j) : At[i][j];
+            factor = lcm(factor, factorOf(onGrid));
+            checkOverflow(factor, "target step overflow");
+        }
+    return Constant<T>::ONE() / factor;
+}
+
+template <class T>
 void Vorm<T>::applyPrecision()
 {
     for (long j = 1; j <= rx.dimension(); ++j) {
@@ -260,6 +274,7 @@ T Vorm<T>::computeBoundsKgV(bool variablesOnly)
 
 #define LATOPT_NORMALISATION_MEMBERS(T)                                                                      \
     template T Vorm<T>::decimalFactor(long) const;                                                           \
+    template T Vorm<T>::targetStep() const;                                                                  \
     template void Vorm<T>::applyPrecision();                                                                 \
     template void Vorm<T>::removeFloatingPointEntries();                                                     \
     template T Vorm<T>::decreaseLeftTargetBoundUntilKgvIsMinimal(const T&, const T&, T&) const;              \

@@ -275,8 +275,9 @@ template <class T>
 void Vorm<T>::applyKnownTargetBounds()
 {
     if (kt.dimension() == 0 || kt.hasInfiniteEntry()) return;
-    // The 1: initOrAdaptTargetBnds asks a new solution to beat its bound by 1.
-    T sum = Constant<T>::ONE();
+    // initOrAdaptTargetBnds asks a new solution to beat its bound by one step of the target sum;
+    // the known values themselves stay reachable.
+    T sum = targetStep();
     for (long i = 1; i <= kt.dimension(); ++i)
         sum += targetSummationSign(i) * kt[i];
     initOrAdaptTargetBnds(kt, sum);

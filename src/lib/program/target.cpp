@@ -122,9 +122,10 @@ bool Vorm<T>::initOrAdaptTargetBnds(const Vector<T>& targetValues, const T& boun
         ltu = left;
         changed = true;
     }
-    // 3. A new solution must beat bound by at least 1, enough for the integer target values of
-    //    a normalised program. The right bound only ever goes down.
-    const T right = bound - Constant<T>::ONE();
+    // 3. A new solution must beat bound by at least one step of the target sum: 1 for the integer
+    //    data of a prepared program, 1/K where the targets have fractions or decimal variables,
+    //    so that no improvement below 1 is lost. The right bound only ever goes down.
+    const T right = bound - targetStep();
     if (isPlusInfinity(rtu) || right < rtu) {
         rtu = right;
         changed = true;

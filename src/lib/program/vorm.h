@@ -107,7 +107,8 @@ public:
     T computeSlackValue(long row, const Vector<T>& x, long columns) const;
     // sum_i |targetValues[i]|; every dt[i] must be infinite by now, else fatal.
     T sumTargetAbsValues(const Vector<T>& targetValues) const;
-    // Lowers ltu to the least possible sum and rtu to bound - 1; true if either moved (tu = 1).
+    // Lowers ltu to the least possible sum and rtu to bound - targetStep(); true if either moved
+    // (tu = 1).
     bool initOrAdaptTargetBnds(const Vector<T>& targetValues, const T& bound);
     // Widens ltu, and rtu while tu is 0, by the target sums at the corners lx and rx.
     void adaptTargetBoundsByXBounds();
@@ -147,7 +148,7 @@ public:
     void simplifySlackTargets();
     // atu = sum_i sign(i) At[i] ("atu overflow").
     void initTargetCoefficients();
-    // With every kt finite: initOrAdaptTargetBnds(kt, 1 + sum_i sign(i) kt[i]).
+    // With every kt finite: initOrAdaptTargetBnds(kt, targetStep() + sum_i sign(i) kt[i]).
     void applyKnownTargetBounds();
     // Takes out the variables with lx = rx (BOUNDED) into constantVariables, moving their part
     // into bg, lu, ru, ltu, rtu.
@@ -165,6 +166,12 @@ public:
     // Integer normalisation (normalisation.cpp).
     // 10^dx[j]; a dx that is negative or not an integer is fatal, naming the file.
     T decimalFactor(long j) const;
+    // The step of the target sum over the grid of the variables: 1/K, K the least factor that
+    // makes every At[i][j] 10^-dx[j] an integer (columns beyond dx count with dx 0); 1 for integer
+    // data. For a program in the units of its file (the unprepared one, where the target bounds
+    // are learnt): after applyPrecision the columns are in grid units already while dx stays.
+    // In long double a K beyond the trusted range throws ("target step overflow").
+    T targetStep() const;
     // Variables into units of 10^-dx (columns divided by 10^dx, bounds multiplied), then every
     // finite rx floored and lx ceiled.
     void applyPrecision();
