@@ -176,6 +176,51 @@ public:
     // is trimmed would make the removal undo what was never applied.
     void setTrimming(bool scale, bool translate);
 
+    // Embedding (embedding.cpp). The columns of B: the target sum (when unprepared.tu is 1), one
+    // per inequation, one per variable, and the inhomogenous marker last; row 1 is the
+    // inhomogenous row, row j + 1 belongs to variable j. Each bounded column is scaled so that a
+    // vector that keeps the bounds of its quantity has the component in [-R, R]: for x in the box
+    // B[1] + sum_j x[j] B[j + 1] has 2 c[s + j] x[j] - R in the column of variable j, and
+    // c (2 a x - lu - ru) in that of inequation a.
+    // Builds the lattice of the prepared program (prepareLattice(false)) and returns true. A
+    // prepared program with equations is fatal: their embedding, which reduces the basis to the
+    // kernel of the equations first, doesn't exist yet.
+    bool opt2lat();
+    // Fills R, B (untrimmed, trimming reset), c, l, r, lTrimmed, rTrimmed, boundsSymmetric,
+    // checkVectorsState (1 with aardal, 2 without) and maxUnscaledLatVecSquaredEuclideanNorm for
+    // one stage; B_save takes B, TT one identity, the row states and Gram-Schmidt data zero. With
+    // aardal the leading columns are the equations (Ag x - bg, unscaled, bounds 0) instead of the
+    // target and the inequations, and R covers the variable widths only. A zero inequation width
+    // ("ineq bounds error2") or variable width ("sol bounds error") is fatal.
+    void prepareLattice(bool aardal);
+    // 3 max(l * l, r * r); +INF when a bound is infinite.
+    void setMaxUnscaledLatVecSquaredEuclideanNorm();
+
+    // Vector maps (vector_maps.cpp), between program vectors as the file states them (constants
+    // included, decimals as decimals) and untrimmed lattice vectors. Both stop while
+    // checkVectorsState is 0. In long double a value beyond the trusted range throws
+    // PrecisionException.
+    // The program's x of a lattice vector, sign-normalised (v and -v give the same x): the
+    // variables of the prepared program come back from their columns, get their offsets, signs
+    // and decimal places back, and with insertConstants the constant variables in their places;
+    // keepSlacks keeps the slack variables behind the program's own. Returns 1 when the marker
+    // has the size of inhomogenousConstant (then, in long double, the prepared coordinates are
+    // snapped to the integers they must be; one that isn't close throws PrecisionException),
+    // else -1; opt_vec is filled in both cases.
+    short lat2opt(const Vector<R1>& lat_vec, Vector<R1>& opt_vec, bool insertConstants,
+                  bool keepSlacks) const;
+    // The lattice vector of the file's x (without slacks): slack values from the slack rows of
+    // unprepared, then every column as the embedding defines it, the marker inhomogenousConstant;
+    // trimmed if trim. A negative inequation slack (x outside the inequation) is kept as it is.
+    void opt2lat(const Vector<R1>& opt_vec, Vector<R1>& lat_vec, bool trim) const;
+    // v[dimN] has the sign of the constant (scaledInhomogenousConstant if trimmed, else
+    // inhomogenousConstant); a zero v[dimN] has none.
+    bool inhomogenousComponentHasRightSign(const Vector<R1>& v, bool trimmed) const;
+    // Appends a Star to stars for bestTarget (when it isn't empty) and for each found solution,
+    // with target values and norms from unprepared, then sorts stars and removes duplicates
+    // (params compared while bench is above 0). A vector whose marker has the wrong size is fatal.
+    void sol2star();
+
     // Solution file (sol_file.cpp).
     // Appends the records of solFile to stars; short records are completed by checkStar. With
     // stopAtFirst, returns at the first usable record without storing it. True if a record was
