@@ -18,55 +18,35 @@ namespace {
 
 const QQ INF = Constant<QQ>::INF();
 
-template <class L>
-struct NumberOf;
 template <class R1, class R2>
-struct NumberOf<Lattice<R1, R2>> {
-    using type = R1;
-};
+R1 numberOf(const Lattice<R1, R2>&);
 
-// The embedded lattice of a program text (dt At Ag bg Au lu ru dx lx rx): the slack stage on
-// unprepared, its copy prepared, opt2lat. With target bounds, the unprepared target sum is bounded
-// by them (tu = 1), before the preparation.
+// The lattice of a program text (dt At Ag bg Au lu ru dx lx rx): the slack stage on unprepared,
+// with target bounds [-6, 5] (tu = 1) if bounded, its copy prepared, opt2lat.
 template <class L>
-std::unique_ptr<L> embedded(const std::string& text, const QQ* targetBounds = nullptr)
+std::unique_ptr<L> embedded(const std::string& text, bool bounded = false)
 {
+    using T = decltype(numberOf(std::declval<L>()));
+    auto lattice = std::make_unique<L>();
     Vorm<QQ> read;
     std::istringstream stream(text);
     stream >> read;
-    auto lattice = std::make_unique<L>();
     lattice->unprepared._assign(read);
     lattice->unprepared.slackStage(false, false);
-    if (targetBounds != nullptr) {
-        Precision::conv(targetBounds[0], lattice->unprepared.ltu, false);
-        Precision::conv(targetBounds[1], lattice->unprepared.rtu, false);
+    if (bounded) {
+        Precision::conv(QQ(-6L), lattice->unprepared.ltu, false);
+        Precision::conv(QQ(5L), lattice->unprepared.rtu, false);
         lattice->unprepared.tu = 1;
     }
-    static_cast<Vorm<typename NumberOf<L>::type>&>(*lattice)._assign(lattice->unprepared);
+    static_cast<Vorm<T>&>(*lattice)._assign(lattice->unprepared);
     lattice->prepareVorm(false);
     EXPECT_TRUE(lattice->opt2lat());
     return lattice;
 }
 
-template <class T>
-QQ exact(const T& x)
-{
-    QQ result;
-    Precision::conv(x, result, false);
-    return result;
-}
-
-template <class T>
-Vector<QQ> exact(const Vector<T>& v)
-{
-    Vector<QQ> result(v.dimension());
-    for (long i = 1; i <= v.dimension(); ++i)
-        result[i] = exact(v[i]);
-    return result;
-}
-
-template <class T>
-Vector<T> approximate(const Vector<QQ>& v)
+// Vectors between the number types, entry by entry.
+template <class S, class T>
+Vector<T> converted(const Vector<S>& v)
 {
     Vector<T> result(v.dimension());
     for (long i = 1; i <= v.dimension(); ++i)
@@ -74,151 +54,95 @@ Vector<T> approximate(const Vector<QQ>& v)
     return result;
 }
 
-// A program without equations after the slack stage: 2-5 variables (fractional and decimal
-// bounds, constants, free and half-free variables), two-sided inequations through a known point,
-// targets to be minimised or maximised. The grid points of each variable in [-3, 3] go with it.
+Vector<QQ> times(Vector<QQ> v, const QQ& factor)
+{
+    for (long i = 1; i <= v.dimension(); ++i)
+        v[i] *= factor;
+    return v;
+}
+
+std::string text(const QQ& x)
+{
+    std::ostringstream s;
+    s << x;
+    return s.str();
+}
+
+// A program without equations after the slack stage: 2-5 variables (fractional and decimal bounds,
+// constants, free and half-free ones), a target to be minimised or maximised, two-sided
+// inequations through a point x0 with at least 1 on either side (so that sharpening to the box and
+// rounding to the grid leave a positive width), and each variable's grid points in [-3, 3].
 struct RandomProgram {
     std::string text;
     std::vector<std::vector<QQ>> values;
-    bool hasTargets = false;
 };
 
 RandomProgram randomProgram(std::mt19937_64& random)
 {
-    auto pick = [&](std::initializer_list<const char*> list) {
-        return QQ(*(list.begin() + random() % list.size()));
-    };
-    auto text = [](const QQ& x) {
-        std::ostringstream s;
-        s << x;
-        return s.str();
-    };
+    auto pick = [&](std::vector<const char*> list) { return std::string(list[random() % list.size()]); };
     const long n = 2 + static_cast<long>(random() % 4);
-    std::vector<QQ> dx(n), lx(n), rx(n), x0(n);
     RandomProgram result;
+    std::string dx, lx, rx;
+    std::vector<QQ> x0;
     for (long j = 0; j < n; ++j) {
-        long kind = static_cast<long>(random() % 10);
-        if (j == 0 && kind == 1) kind = 5; // one variable at least isn't constant
-        dx[j] = QQ(kind == 0 ? 1L : 0L);
-        if (kind == 0) {
-            lx[j] = pick({"-1", "-0.5", "0", "0.3"});
-            rx[j] = lx[j] + pick({"0.5", "1", "1.2"});
-        } else if (kind == 1) {
-            lx[j] = rx[j] = pick({"-1", "0", "2"});
-        } else {
-            lx[j] = pick({"-2", "-1", "0", "1/2", "1"});
-            // (1/2 + 1 would round to the single point 1: a zero width, which stops.)
-            rx[j] = lx[j] + pick({"2", "3", "5/2"});
-            if (kind == 2) lx[j] = -INF;
-            if (kind == 3) rx[j] = INF;
-            if (kind == 4) lx[j] = -INF, rx[j] = INF;
+        const long kind = j == 0 ? 5 : static_cast<long>(random() % 10); // one variable not constant
+        QQ left, right;
+        if (kind == 0) { // decimals
+            left = QQ(pick({"-1", "-0.5", "0", "0.3"}).c_str());
+            right = left + QQ(pick({"0.5", "1", "1.2"}).c_str());
+        } else if (kind == 1) { // constant
+            left = right = QQ(pick({"-1", "0", "2"}).c_str());
+        } else { // widths of 2 at least: 1/2 + 1 would round to a single point, which stops
+            left = QQ(pick({"-2", "-1", "0", "1/2", "1"}).c_str());
+            right = left + QQ(pick({"2", "3", "5/2"}).c_str());
         }
-        const QQ unit = dx[j] == QQ(1L) ? QQ("1/10") : QQ(1L);
+        const bool freeLeft = kind == 2 || kind == 4, freeRight = kind == 3 || kind == 4;
+        dx += kind == 0 ? "1 " : "0 ";
+        lx += (freeLeft ? std::string("-inf") : text(left)) + " ";
+        rx += (freeRight ? std::string("inf") : text(right)) + " ";
         std::vector<QQ> points;
-        for (QQ v(-3L); v <= QQ(3L); v += unit)
-            if (v >= lx[j] && v <= rx[j]) points.push_back(v);
-        x0[j] = points[random() % points.size()];
+        for (QQ v(-3L); v <= QQ(3L); v += QQ(kind == 0 ? "1/10" : "1"))
+            if ((freeLeft || v >= left) && (freeRight || v <= right)) points.push_back(v);
+        x0.push_back(points[random() % points.size()]);
         result.values.push_back(points);
     }
-    auto row = [&](std::initializer_list<const char*> coefficients, QQ& value) {
-        std::string s = "[ ";
+    auto row = [&](std::vector<const char*> coefficients, QQ& value) {
+        std::string text = "[ ";
         value = QQ(0L);
         for (long j = 0; j < n; ++j) {
-            const QQ a = QQ(*(coefficients.begin() + random() % coefficients.size()));
-            value += a * x0[j];
-            s += text(a) + " ";
+            const std::string a = pick(coefficients);
+            value += QQ(a.c_str()) * x0[j];
+            text += a + " ";
         }
-        return s + "] ";
-    };
-    auto vector = [&](const std::vector<QQ>& v) {
-        std::string s = "[ ";
-        for (const QQ& x : v)
-            s += (x == INF ? std::string("inf") : x == -INF ? std::string("-inf") : text(x)) + " ";
-        return s + "]\n";
+        return text + "] ";
     };
     QQ value;
-    std::vector<QQ> dt;
-    std::string At = "[ ";
-    for (long i = static_cast<long>(random() % 3); i > 0; --i) {
-        At += row({"1", "-1", "2", "1/2", "0"}, value);
-        dt.push_back(pick({"-inf", "inf"}));
-    }
-    result.hasTargets = !dt.empty();
-    std::string Au = "[ ";
-    std::vector<QQ> lu, ru;
-    for (long i = 1 + static_cast<long>(random() % 2); i > 0; --i) { // the reader needs a row
-        // No zero coefficient, and at least 1 between the point and either bound: the width
-        // stays positive when the bounds are sharpened to the box and rounded to the grid (a zero
-        // width is a stop of its own, tested with the normalisation).
+    std::string At = row({"1", "-1", "2", "1/2", "0"}, value), Au, lu, ru;
+    for (long i = 1 + static_cast<long>(random() % 2); i > 0; --i) {
         Au += row({"1", "-1", "2", "1/3", "3/2", "-1/2"}, value);
-        lu.push_back(value - pick({"1", "2"}));
-        ru.push_back(value + pick({"1", "2"}));
+        lu += text(value - QQ(pick({"1", "2"}).c_str())) + " ";
+        ru += text(value + QQ(pick({"1", "2"}).c_str())) + " ";
     }
-    result.text = vector(dt) + At + "]\n[ ]\n[ ]\n" + Au + "]\n" + vector(lu) + vector(ru) + vector(dx) +
-                  vector(lx) + vector(rx);
+    result.text = "[ " + pick({"-inf", "inf"}) + " ] [ " + At + "] [ ] [ ] [ " + Au + "] [ " + lu + "] [ " +
+                  ru + "] [ " + dx + "] [ " + lx + "] [ " + rx + "]";
     return result;
 }
 
 bool feasible(const Vorm<QQ>& p, const Vector<QQ>& x)
 {
-    for (long j = 1; j <= x.dimension(); ++j)
-        if (x[j] < p.lx[j] || x[j] > p.rx[j]) return false;
-    for (long r = 1; r <= p.Au.rowCount; ++r) {
-        const QQ value = p.Au[r] * x;
-        if (value < p.lu[r] || value > p.ru[r]) return false;
-    }
+    for (long r = 1; r <= p.Au.rowCount; ++r)
+        if (p.Au[r] * x < p.lu[r] || p.Au[r] * x > p.ru[r]) return false;
     return true;
 }
 
-// Everything in QQ: the basis, the bounds, the constant, R and c of a lattice of either type.
-struct ExactLattice {
-    Matrix<QQ> B;
-    Vector<QQ> l, r, c;
-    QQ K, R;
-    long dimN = 0, s = 0;
-
-    template <class L>
-    explicit ExactLattice(const L& lattice)
-    {
-        B.setDimensions(lattice.B.rowCount, lattice.B.colCount, false);
-        for (long i = 1; i <= B.rowCount; ++i)
-            B[i] = exact(lattice.B[i]);
-        l = exact(lattice.l);
-        r = exact(lattice.r);
-        c = exact(lattice.c);
-        K = exact(lattice.inhomogenousConstant);
-        R = exact(lattice.R);
-        dimN = lattice.dimN;
-        s = dimN - lattice.dimB;
-    }
-    // The row coefficients of v read off its marker and its variable columns (row j + 1 is the
-    // only one besides row 1 with an entry there); v must be exactly that combination.
-    bool isIntegerCombination(const Vector<QQ>& v, Vector<QQ>& u) const
-    {
-        u.makeZero(B.rowCount);
-        u[1] = v[dimN] / K;
-        for (long j = 1; j < B.rowCount; ++j)
-            u[j + 1] = (v[s + j] - u[1] * B[1][s + j]) / B[j + 1][s + j];
-        for (long i = 1; i <= u.dimension(); ++i)
-            if (!(floor(u[i]) == u[i])) return false;
-        Vector<QQ> sum(dimN);
-        sum.makeZero(dimN);
-        for (long i = 1; i <= B.rowCount; ++i)
-            for (long col = 1; col <= dimN; ++col)
-                sum[col] += u[i] * B[i][col];
-        for (long col = 1; col <= dimN; ++col)
-            if (!(sum[col] == v[col])) return false;
-        return true;
-    }
-    // Within [l, r], except the target column (first, when the target sum is bounded), which is
-    // to be brought near 0 rather than bounded.
-    bool inBounds(const Vector<QQ>& v, bool targetColumn) const
-    {
-        for (long col = targetColumn ? 2 : 1; col <= dimN; ++col)
-            if (v[col] < l[col] || v[col] > r[col]) return false;
-        return true;
-    }
-};
+// Within [l, r], but for the target column (the first, when the target sum is bounded): that one
+// is to be brought near 0, not bounded.
+bool inBounds(const Vector<QQ>& v, const Vector<QQ>& l, const Vector<QQ>& r, bool targetColumn)
+{
+    for (long col = targetColumn ? 2 : 1; col <= v.dimension(); ++col)
+        if (v[col] < l[col] || v[col] > r[col]) return false;
+    return true;
+}
 
 template <class L>
 class EmbeddingTyped : public testing::Test {
@@ -226,13 +150,13 @@ class EmbeddingTyped : public testing::Test {
 using LatticeTypes = testing::Types<Lattice<QQ, long double>, Lattice<long double, long double>>;
 TYPED_TEST_SUITE(EmbeddingTyped, LatticeTypes);
 
-// Feasible x of the file's program <-> lattice vectors in [l, r] with the marker K: each feasible x
-// maps to an integer combination of the rows (row 1 once) in the bounds and back to itself, its
-// negative too; a random combination in the bounds maps to a feasible x and back to itself.
+// Feasible x of the file's program <-> lattice vectors in [l, r] with the marker K: each feasible
+// x of the window maps to an integer combination of the rows (row 1 once) within the bounds and
+// back to itself, from its negative too; random combinations within the bounds map to feasible x
+// and back to themselves. With a bounded target sum, a sum within its bounds is within [-R, R].
 TYPED_TEST(EmbeddingTyped, FeasiblePointsAndLatticeVectorsInTheBoundsCorrespond)
 {
-    using L = TypeParam;
-    using T = typename NumberOf<L>::type;
+    using T = decltype(numberOf(std::declval<TypeParam>()));
     const unsigned long long seed = test::testSeed();
     SCOPED_TRACE(test::seedTrace(seed));
     std::mt19937_64 random(seed);
@@ -244,74 +168,77 @@ TYPED_TEST(EmbeddingTyped, FeasiblePointsAndLatticeVectorsInTheBoundsCorrespond)
         Vorm<QQ> original;
         std::istringstream stream(generated.text);
         stream >> original;
-        const QQ bounds[2] = {QQ(-6L), QQ(5L)};
-        const bool bounded = generated.hasTargets && random() % 2 == 0;
-        std::unique_ptr<L> lattice;
+        const bool bounded = random() % 2 == 0;
+        std::unique_ptr<TypeParam> lattice;
         try {
-            lattice = embedded<L>(generated.text, bounded ? bounds : nullptr);
+            lattice = embedded<TypeParam>(generated.text, bounded);
         } catch (const PrecisionException&) {
-            ++exactRedo; // fractions with no exact long double: the engine redoes such work in QQ
+            ++exactRedo; // no exact long double for a third: the engine redoes such work in QQ
             continue;
         }
         ASSERT_EQ(lattice->checkVectorsState, 2);
-        const ExactLattice exactLattice(*lattice);
-        // Every feasible point of the window.
-        const long n = static_cast<long>(generated.values.size());
+        Matrix<QQ> B(lattice->dimB, lattice->dimN);
+        for (long i = 1; i <= B.rowCount; ++i)
+            B[i] = converted<T, QQ>(lattice->B[i]);
+        const Vector<QQ> l = converted<T, QQ>(lattice->l), r = converted<T, QQ>(lattice->r);
+        const Vector<QQ> atu = converted<T, QQ>(lattice->unprepared.atu);
+        QQ K, R;
+        Precision::conv(lattice->inhomogenousConstant, K, false);
+        Precision::conv(lattice->R, R, false);
+        const long s = lattice->dimN - lattice->dimB, n = static_cast<long>(generated.values.size());
         std::vector<size_t> index(n, 0);
-        for (;;) {
+        for (long j = 0; j != n;) {
             Vector<QQ> x(n);
-            for (long j = 1; j <= n; ++j)
-                x[j] = generated.values[j - 1][index[j - 1]];
+            for (long k = 1; k <= n; ++k)
+                x[k] = generated.values[k - 1][index[k - 1]];
             if (feasible(original, x)) {
-                const Vector<T> xT = approximate<T>(x);
+                const Vector<T> xT = converted<QQ, T>(x);
                 Vector<T> v, back;
                 lattice->opt2lat(xT, v, false);
-                const Vector<QQ> vExact = exact(v);
-                Vector<QQ> u;
-                ASSERT_TRUE(exactLattice.isIntegerCombination(vExact, u)) << "x " << x << "\nv " << vExact;
-                ASSERT_EQ(u[1], QQ(1L));
-                ASSERT_TRUE(exactLattice.inBounds(vExact, bounded)) << "x " << x << "\nv " << vExact;
-                // A target sum within its bounds lies within [-R, R] in the target column.
-                if (bounded) {
-                    const QQ sum = exact(lattice->unprepared.atu) * x;
-                    if (sum >= bounds[0] && sum <= bounds[1]) {
-                        ASSERT_TRUE(vExact[1] >= -exactLattice.R && vExact[1] <= exactLattice.R) << "x " << x;
-                    }
+                const Vector<QQ> vExact = converted<T, QQ>(v);
+                // The coefficients read off the marker and the variable columns (row k + 1 is the
+                // only one beside row 1 with an entry in column s + k) must be integers that give v.
+                Vector<QQ> sum = times(B[1], vExact[lattice->dimN] / K);
+                ASSERT_EQ(vExact[lattice->dimN], K);
+                for (long k = 1; k < B.rowCount; ++k) {
+                    const QQ u = (vExact[s + k] - B[1][s + k]) / B[k + 1][s + k];
+                    ASSERT_EQ(floor(u), u) << "x " << x << "\nv " << vExact;
+                    sum += times(B[k + 1], u);
+                }
+                ASSERT_EQ(sum, vExact);
+                ASSERT_TRUE(inBounds(vExact, l, r, bounded)) << "x " << x << "\nv " << vExact;
+                if (bounded && atu * x >= QQ(-6L) && atu * x <= QQ(5L)) {
+                    ASSERT_TRUE(vExact[1] >= -R && vExact[1] <= R) << "x " << x;
                 }
                 ASSERT_EQ(lattice->lat2opt(v, back, true, false), 1);
                 ASSERT_EQ(back, xT);
                 ASSERT_EQ(lattice->lat2opt(-v, back, true, false), 1);
                 ASSERT_EQ(back, xT);
             }
-            long j = 0;
-            while (j < n && ++index[j] == generated.values[j].size())
-                index[j++] = 0;
-            if (j == n) break;
+            for (j = 0; j < n && ++index[j] == generated.values[j].size(); ++j)
+                index[j] = 0;
         }
-        // Random combinations: row 1 once, each variable row a small multiple in the variable's
-        // range (or around 0 when it is free).
+        // Random combinations: row 1 once, the row of each variable from -2 to its width + 1 times
+        // (up to 4 times when it has no upper bound).
         for (long trial = 1; trial <= 100; ++trial) {
-            Vector<QQ> v(exactLattice.dimN);
-            v.makeZero(exactLattice.dimN);
-            for (long i = 1; i <= lattice->dimB; ++i) {
-                long coefficient = 1;
-                if (i > 1) {
-                    const QQ width = exact(lattice->rx[i - 1]);
-                    long top = 3;
-                    if (width != INF)
-                        for (top = 0; QQ(top) < width; ++top) {
-                        }
-                    coefficient = static_cast<long>(random() % (top + 4)) - 2;
-                }
-                for (long col = 1; col <= exactLattice.dimN; ++col)
-                    v[col] += QQ(coefficient) * exactLattice.B[i][col];
+            Vector<QQ> v = B[1];
+            for (long i = 2; i <= lattice->dimB; ++i) {
+                QQ width;
+                Precision::conv(lattice->rx[i - 1], width, false);
+                long top = 3;
+                if (width != INF)
+                    for (top = 0; QQ(top) < width; ++top) {
+                    }
+                v += times(B[i], QQ(static_cast<long>(random() % (top + 4)) - 2));
             }
-            if (!exactLattice.inBounds(v, bounded)) continue;
+            if (!inBounds(v, l, r, bounded)) continue;
             ++latticeHits;
-            const Vector<T> vT = approximate<T>(v);
+            const Vector<T> vT = converted<QQ, T>(v);
             Vector<T> x, again;
             ASSERT_EQ(lattice->lat2opt(vT, x, true, false), 1);
-            const Vector<QQ> xExact = exact(x);
+            const Vector<QQ> xExact = converted<T, QQ>(x);
+            for (long j = 1; j <= xExact.dimension(); ++j)
+                ASSERT_TRUE(xExact[j] >= original.lx[j] && xExact[j] <= original.rx[j]) << xExact;
             ASSERT_TRUE(feasible(original, xExact)) << "v " << v << "\nx " << xExact;
             lattice->opt2lat(x, again, false);
             ASSERT_EQ(again, vT);

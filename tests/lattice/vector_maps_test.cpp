@@ -71,6 +71,39 @@ TEST(VectorMaps, Sol2starTurnsFoundVectorsIntoSortedDistinctRecords)
     EXPECT_EQ(lattice->stars[2].targetNorm, QQ("3/2"));
 }
 
+// The kernel stage (equation columns first) of x1 + 2 x2 >= 2 and x1 - x2 near 1: the slack of the
+// inequation and the pair of the target are filled in from the file's x so that the prepared
+// equations hold (their columns are 0); the pair has one zero entry, the first taking the negative
+// side; a negative slack (x1 + 2 x2 < 2) is kept.
+TEST(VectorMaps, SlackValuesMeetThePreparedEquations)
+{
+    auto lattice = std::make_unique<L>();
+    std::istringstream stream("[ 1 ] [ [ 1 -1 ] ] [ ] [ ] [ [ 1 2 ] ] [ 2 ] [ inf ] [ 0 0 ] [ 0 0 ] [ 3 2 ]");
+    stream >> lattice->unprepared;
+    lattice->unprepared.slackStage(false, false);
+    static_cast<Vorm<QQ>&>(*lattice)._assign(lattice->unprepared);
+    lattice->prepareVorm(false);
+    lattice->prepareLattice(true);
+    ASSERT_EQ(lattice->checkVectorsState, 1);
+    ASSERT_EQ(lattice->Ag.rowCount, 2);
+    for (long x1 = 0; x1 <= 3; ++x1)
+        for (long x2 = 0; x2 <= 2; ++x2) {
+            const Vector<QQ> x(("[ " + std::to_string(x1) + " " + std::to_string(x2) + " ]").c_str());
+            Vector<QQ> v, back;
+            lattice->opt2lat(x, v, false);
+            EXPECT_EQ(v[1], QQ(0L)) << x;
+            EXPECT_EQ(v[2], QQ(0L)) << x;
+            ASSERT_EQ(lattice->lat2opt(v, back, true, true), 1);
+            const QQ deviation(x1 - x2 - 1);
+            const QQ zero(0L);
+            EXPECT_EQ(back, Vector<QQ>(("[ " + std::to_string(x1) + " " + std::to_string(x2) + " " +
+                                        std::to_string(x1 + 2 * x2 - 2) + " " +
+                                        std::to_string(deviation < zero ? 1 - x1 + x2 : 0) + " " +
+                                        std::to_string(deviation < zero ? 0 : x1 - x2 - 1) + " ]")
+                                           .c_str()));
+        }
+}
+
 TEST(VectorMapsDeathTest, UnbuiltLatticeAndWrongMarkerStop)
 {
     L empty;
