@@ -51,6 +51,21 @@ TEST(VectorMaps, MarkerOfAnotherSizeGivesStatusMinusOne)
     }
 }
 
+TEST(VectorMaps, ProgramOfConstantsMapsTheMarkerToThem)
+{
+    auto lattice = std::make_unique<L>();
+    std::istringstream stream("[ -inf ] [ [ 1 1 ] ] [ ] [ ] [ ] [ ] [ ] [ 0 1 ] [ 2 0.5 ] [ 2 0.5 ]");
+    stream >> lattice->unprepared;
+    lattice->unprepared.slackStage(false, false);
+    static_cast<Vorm<QQ>&>(*lattice)._assign(lattice->unprepared);
+    lattice->prepareVorm(false);
+    lattice->opt2lat();
+    ASSERT_EQ(lattice->dimN, 1);
+    Vector<QQ> x("[ 7 7 7 ]");
+    EXPECT_EQ(lattice->lat2opt(Vector<QQ>("[ 1 ]"), x, true, false), 1);
+    EXPECT_EQ(x, Vector<QQ>("[ 2 1/2 ]"));
+}
+
 // bestTarget is index 0; a found vector and its negative are the same solution; records sorted by
 // target norm, the figures those of the file's program.
 TEST(VectorMaps, Sol2starTurnsFoundVectorsIntoSortedDistinctRecords)

@@ -69,7 +69,8 @@ short Lattice<R1, R2>::lat2opt(const Vector<R1>& lat_vec, Vector<R1>& opt_vec, b
     // 4. The prepared variables; the slacks, which come last, fall off unless kept.
     const long n = this->lx.dimension();
     const long slacks = this->slackTargetVariableCount + this->slackInequationCount;
-    opt_vec.makeZero(keepSlacks ? n : n - slacks);
+    opt_vec.setDimension(keepSlacks ? n : n - slacks, false);
+    opt_vec.makeZero();
     // 5. Each variable from its column (s + j), its offset added.
     const R1 two = Constant<R1>::ONE() + Constant<R1>::ONE();
     for (long j = 1; j <= opt_vec.dimension(); ++j) {
