@@ -265,6 +265,31 @@ TEST(Embedding, VariableShiftedAwayFromZeroIsEmbedded)
     EXPECT_FALSE(lattice->boundsSymmetric); // the marker's bounds are K, K
 }
 
+TEST(Embedding, PrepareVormByUnpreparedRunsTheSlackStageOnce)
+{
+    // x1 + x2 >= 1 over [0, 3]^2 gains one slack equation and variable, however often it is
+    // prepared; the target bounds of a known target value come only when asked for.
+    Vorm<QQ> read;
+    std::istringstream stream(
+        "[ -inf ] [ [ 1 1 ] ] [ ] [ ] [ [ 1 1 ] ] [ 1 ] [ inf ] [ 0 0 ] [ 0 0 ] [ 3 3 ]");
+    stream >> read;
+    read.kt = Vector<QQ>("[ 4 ]");
+    Lattice<QQ, QQ> lattice;
+    lattice.unprepared._assign(read);
+    for (const bool force : {false, true, false}) {
+        lattice.prepareVormByUnprepared(false, force);
+        EXPECT_TRUE(lattice.unprepared.slackified);
+        EXPECT_EQ(lattice.unprepared.Ag.rowCount, 1);
+        EXPECT_EQ(lattice.Ag.rowCount, 1);
+        EXPECT_EQ(lattice.rx.dimension(), 3);
+        EXPECT_EQ(lattice.tu, 0);
+    }
+    lattice.prepareVormByUnprepared(true, false);
+    EXPECT_EQ(lattice.Ag.rowCount, 1);
+    EXPECT_EQ(lattice.unprepared.tu, 1);
+    EXPECT_EQ(lattice.tu, 1);
+}
+
 TEST(EmbeddingDeathTest, EquationsAreNotEmbeddedYet)
 {
     const std::string text = "[ ] [ ] [ [ 1 1 ] ] [ 1 ] [ ] [ ] [ ] [ 0 0 ] [ 0 0 ] [ 3 3 ]";

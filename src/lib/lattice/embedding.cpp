@@ -23,6 +23,21 @@ void zeroEntries(Matrix<T>& m)
 } // namespace
 
 template <class R1, class R2>
+void Lattice<R1, R2>::prepareVormByUnprepared(bool applyKnownBounds, bool forceSlackStage)
+{
+    const bool verbose = params.verb.value == 2;
+    // 1.-3. The slack stage, unless it has nothing to do. Its passes run once per unprepared
+    //       program in any case (slackified guards them); a program that has never been through
+    //       them must be, whatever the own program's target data say.
+    const bool nothingToDo = !applyKnownBounds && !forceSlackStage && unprepared.slackified &&
+                             (this->tu == 0 || this->atu.dimension() != 0);
+    if (!nothingToDo) unprepared.slackStage(applyKnownBounds, verbose);
+    // 4. A fresh copy of the slackified program, prepared.
+    static_cast<Vorm<R1>&>(*this)._assign(unprepared);
+    this->prepareVorm(verbose);
+}
+
+template <class R1, class R2>
 bool Lattice<R1, R2>::opt2lat()
 {
     // 1. The program's figures, when asked for.
@@ -161,6 +176,7 @@ void Lattice<R1, R2>::setMaxUnscaledLatVecSquaredEuclideanNorm()
 }
 
 #define LATOPT_EMBEDDING_MEMBERS(R1, R2)                                                                     \
+    template void Lattice<R1, R2>::prepareVormByUnprepared(bool, bool);                                      \
     template bool Lattice<R1, R2>::opt2lat();                                                                \
     template void Lattice<R1, R2>::prepareLattice(bool);                                                     \
     template void Lattice<R1, R2>::setMaxUnscaledLatVecSquaredEuclideanNorm();

@@ -176,6 +176,16 @@ public:
     // is trimmed would make the removal undo what was never applied.
     void setTrimming(bool scale, bool translate);
 
+    // Preparation of the lattice's own program (embedding.cpp): the slack stage on unprepared
+    // (slackStage(applyKnownBounds, verb == 2)), then the program becomes a copy of unprepared and
+    // prepareVorm(verb == 2) runs on it. The slack stage is skipped when neither argument is set,
+    // unprepared is slackified already and the own program has no target bounds (tu 0) or its
+    // target coefficients (atu) are set: there is nothing for it to do then. An unprepared program
+    // that was never slackified always goes through it, as prepareVorm takes slackified programs
+    // only. Stops and PrecisionException as for the two stages; prepareVorm works on the copy, so
+    // unprepared is left as the slack stage made it.
+    void prepareVormByUnprepared(bool applyKnownBounds, bool forceSlackStage);
+
     // Embedding (embedding.cpp). The columns of B: the target sum (when unprepared.tu is 1), one
     // per inequation, one per variable, and the inhomogenous marker last; row 1 is the
     // inhomogenous row, row j + 1 belongs to variable j. Each bounded column is scaled so that a
