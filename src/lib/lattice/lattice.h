@@ -248,6 +248,8 @@ public:
     // whole; SIGINT and SIGTERM are held back as for the .sol file. An empty latFile is warned
     // about and nothing is written; a file that can't be written is left as it is, silently.
     void writeLatFile() const;
+    // The text writeLatFile writes, whatever pendingSolutionWrite and latFile say.
+    std::string latFileText() const;
 
     // The closing figures of a search: the sums of bestTarget when the program has targets, the
     // count of found solutions unless benchmarking, and the times of the first three solutions.
