@@ -1,5 +1,7 @@
 // End-to-end runs of latopt-lab prep: the prepared program and what undoes the preparation, and a
-// program without solutions stopping with the routine's own text.
+// program without solutions stopping with the routine's own text; of embed and map: the lattice
+// of a small program, vectors mapped both ways, a program with equations and a bad input line
+// refused.
 #include "tool/lab_run.h"
 
 #include <gtest/gtest.h>
@@ -7,6 +9,7 @@
 #include <cstdio>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 namespace latopt::testing_tool {
 namespace {
@@ -44,6 +47,42 @@ TEST(LabProgram, PrepWritesThePreparedProgram)
                   "detected --> NO SOLUTIONS!\n"}});
     std::remove(file.c_str());
     std::remove(empty.c_str());
+}
+
+// x1 in [0, 2], x2 in [1, 3] (shifted by 1), -1 <= x1 - x2 <= 1: R = 2, every scale 1; the
+// inequation's column holds 2 (x1 - x2) - 0, the variables' 2 x - 2, the marker 1.
+TEST(LabProgram, EmbedWritesTheLatticeAndMapGoesBothWays)
+{
+    const std::string file =
+        programFile("[ -inf ] [ [ 1 1 ] ] [ ] [ ] [ [ 1 -1 ] ] [ -1 ] [ 1 ] [ 0 0 ] [ 0 1 ] [ 2 3 ]");
+    const std::string equations =
+        programFile("[ ] [ ] [ [ 1 1 ] ] [ 1 ] [ ] [ ] [ ] [ 0 0 ] [ 0 0 ] [ 3 3 ]");
+    const std::string lattice =
+        "\n// B -- l, r -- c, R -- lx, rx -- tu, lrtu\n"
+        "[\n[ -2 -2 -2 1 ]\n[ 2 2 0 0 ]\n[ -2 0 2 0 ]\n]\n\n"
+        "[ -2 -2 -2 1 ]\n[ 2 2 2 1 ]\n\n[ 1 1 1 0 ]\n2\n\n[ 0 1 ]\n[ 2 3 ]\n\n0\n(-inf, inf)\n\n";
+    for (const std::string precision : {"", "--ld"}) {
+        std::vector<std::string> arguments{"embed", file};
+        if (!precision.empty()) arguments.push_back(precision);
+        const ToolRun run = runLab(arguments, "");
+        EXPECT_EQ(run.status, 0);
+        // The last line is the seconds of the run.
+        EXPECT_EQ(run.out.substr(0, lattice.size()), lattice);
+        EXPECT_EQ(run.out.find_first_not_of("0123456789\n", lattice.size()), std::string::npos);
+    }
+    // The lattice vector of x = (1, 2), and x = (0, 1) back from the inhomogenous row and its
+    // negative; the zero vector has no marker.
+    const std::string input = "opt [ 1 2 ]\nlat [ -2 -2 -2 1 ]\n\nlat [ 2 2 2 -1 ]\nlat [ 0 0 0 0 ]\n";
+    const std::string answers = "lat [ -2 0 0 1 ]\nopt [ 0 1 ] 1\nopt [ 0 1 ] 1\nopt [ 1 2 ] -1\n";
+    expectResults({{{"map", file}, input, answers}, {{"map", file, "--ld"}, input, answers}});
+    expectRefusals(
+        {{{"embed", equations},
+          "",
+          "\n*** FAIL: opt2lat: equations are not embedded yet (1 in the prepared program)\n"},
+         {{"map", file}, "opt [ 1 2 3 ]\n", "latopt-lab: map: x has 3 entries, the program 2 variables\n"},
+         {{"map", file}, "vec [ 1 2 ]\n", "latopt-lab: map: a line starts with \"vec\", not opt or lat\n"}});
+    std::remove(file.c_str());
+    std::remove(equations.c_str());
 }
 
 } // namespace

@@ -47,6 +47,8 @@ public:
     Vector<T> vector(const std::string& name);
     // Fails unless only white space is left on the input.
     void end();
+    // The next line of the input, for commands that answer line by line; false at its end.
+    bool line(std::string& text);
 
     // The value of an integer option (--name=K), or fallback when it isn't given; a value that is
     // not an integer fails.

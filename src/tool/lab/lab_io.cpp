@@ -292,6 +292,11 @@ void LabIo::write(long x)
     out << x << '\n';
 }
 
+bool LabIo::line(std::string& text)
+{
+    return static_cast<bool>(std::getline(in, text));
+}
+
 void LabIo::write(const std::string& word)
 {
     out << word << '\n';

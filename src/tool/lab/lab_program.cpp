@@ -1,8 +1,11 @@
-// lab_program.cpp: the command of latopt-lab on programs: prep, the preparation of a .opt file.
+// lab_program.cpp: the commands of latopt-lab on programs: prep, the preparation of a .opt file,
+// embed, the lattice of a program, and map, the vector maps between a program and its lattice.
 #include "lab.h"
 
+#include "lattice/lattice.h"
 #include "program/vorm.h"
 
+#include <memory>
 #include <sstream>
 #include <string>
 
@@ -69,6 +72,79 @@ void prep(LabIo& io)
     io.write("slacks " + text(slacks));
 }
 
+// The .opt file named on the command line, read exactly.
+Vorm<QQ> readProgram(const LabIo& io)
+{
+    const auto file = io.options.find("file");
+    if (file == io.options.end()) fail(io.command + ": no .opt file given");
+    Vorm<QQ> read;
+    read.optFile = file->second;
+    read.readOptFile();
+    return read;
+}
+
+// The lattice of program in T: the slack stage forced on unprepared, the copy prepared, opt2lat.
+// Nothing here offers candidate vectors to a search: the lattice is only built.
+template <class T>
+std::unique_ptr<Lattice<T, T>> embedded(const Vorm<QQ>& program)
+{
+    auto lattice = std::make_unique<Lattice<T, T>>();
+    lattice->unprepared._assign(program);
+    lattice->prepareVormByUnprepared(false, true);
+    lattice->opt2lat();
+    return lattice;
+}
+
+// Embeds the program named on the command line and writes the lattice in the layout of the .lat
+// file (the writer's own text) on standard output.
+template <class T>
+void embed(LabIo& io)
+{
+    const auto lattice = embedded<T>(readProgram(io));
+    std::string snapshot = lattice->latFileText();
+    snapshot.pop_back(); // write ends the line
+    io.write(snapshot);
+}
+
+// Embeds the program named on the command line, then answers each line of standard input: "opt
+// [ x ]", x a vector of the file's variables, with "lat [ v ]", its untrimmed lattice vector;
+// "lat [ v ]", v a lattice vector, with "opt [ x ] S", its program vector (constants in place,
+// no slacks) and the status S of lat2opt (1: the marker has the size of the constant, else -1).
+// Empty lines are skipped; anything else fails.
+template <class T>
+void map(LabIo& io)
+{
+    const Vorm<QQ> program = readProgram(io);
+    const auto lattice = embedded<T>(program);
+    const long variables = program.rx.dimension();
+    std::ostringstream unused;
+    std::string line;
+    while (io.line(line)) {
+        std::istringstream words(line);
+        std::string kind;
+        if (!(words >> kind)) continue;
+        if (kind != "opt" && kind != "lat") fail("map: a line starts with \"" + kind + "\", not opt or lat");
+        LabIo operand("map", words, unused, {});
+        const Vector<T> given = operand.vector<T>(kind == "opt" ? "x" : "v");
+        operand.end();
+        if (kind == "opt") {
+            if (given.dimension() != variables)
+                fail("map: x has " + std::to_string(given.dimension()) + " entries, the program " +
+                     std::to_string(variables) + " variables");
+            Vector<T> v;
+            lattice->opt2lat(given, v, false);
+            io.write("lat " + text(v));
+        } else {
+            if (given.dimension() != lattice->dimN)
+                fail("map: v has " + std::to_string(given.dimension()) + " entries, the lattice " +
+                     std::to_string(lattice->dimN) + " columns");
+            Vector<T> x;
+            const short status = lattice->lat2opt(given, x, true, false);
+            io.write("opt " + text(x) + " " + std::to_string(status));
+        }
+    }
+}
+
 } // namespace
 
 std::vector<LabCommand> programCommands()
@@ -80,6 +156,18 @@ std::vector<LabCommand> programCommands()
          {"P.opt"},
          prep<QQ>,
          prep<long double>},
+        {"embed",
+         "the .opt file named on the command line",
+         "the lattice of the prepared program in the layout of the .lat file",
+         {"P.opt"},
+         embed<QQ>,
+         embed<long double>},
+        {"map",
+         "the .opt file named on the command line; lines \"opt [ x ]\" or \"lat [ v ]\"",
+         "per line \"lat [ v ]\" (the lattice vector of x) or \"opt [ x ] S\" (x of v, status S)",
+         {"P.opt"},
+         map<QQ>,
+         map<long double>},
     };
 }
 
