@@ -364,6 +364,11 @@ TEST(PreparationDeathTest, UnfulfillableDataStop)
     EXPECT_EXIT(slackified("[ ] [ ] [ ] [ ] [ [ 1 ] ] [ 3 ] [ 4 ] [ 0 ] [ 0 ] [ 1 ]").prepareVorm(false),
                 testing::ExitedWithCode(1),
                 std::string(fail) + "Unfulfillable inequality detected --> NO SOLUTIONS!");
+    // A variable fixed at 1/2 without decimal places has no value at all (at 0.5 with one place it
+    // is a constant like any other, as the random programs show).
+    EXPECT_EXIT(slackified("[ ] [ ] [ ] [ ] [ [ 1 ] ] [ 0 ] [ 4 ] [ 0 ] [ 1/2 ] [ 1/2 ]").prepareVorm(false),
+                testing::ExitedWithCode(1),
+                std::string(fail) + "Constant variable 1 off its grid detected --> NO SOLUTIONS!");
 }
 
 } // namespace

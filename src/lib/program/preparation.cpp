@@ -301,6 +301,17 @@ void Vorm<T>::slackStage(bool applyKnownBounds, bool verbose)
     slackified = true;
 }
 
+// Whether c is a multiple of 10^-dx[j]. In long double a value within rounding of the grid
+// can't be decided and throws PrecisionException for the exact redo.
+template <class T>
+bool Vorm<T>::isOnGrid(const T& c, long j) const
+{
+    using std::floor;
+    const T scaled = c * decimalFactor(j);
+    program_checks::checkIntegral(scaled, "constant off grid");
+    return floor(scaled) == scaled;
+}
+
 template <class T>
 void Vorm<T>::removeConstantVariables()
 {
@@ -311,6 +322,11 @@ void Vorm<T>::removeConstantVariables()
         const long p = j - removed;
         if (!(rx[p] == lx[p]) || freedomDegrees[p] != BOUNDED) continue;
         const T c = rx[p];
+        // A fixed value off the grid of the variable (1/2 with no decimal places) admits no
+        // solution; taking it as a constant would let the prepared program accept points the
+        // program as written rules out.
+        if (!isOnGrid(c, p))
+            fatal("Constant variable " + std::to_string(j) + " off its grid detected --> NO SOLUTIONS!");
         // 1.-3. The constant part moves to the right sides and the target bounds.
         for (long r = 1; r <= Ag.rowCount; ++r) {
             bg[r] -= c * Ag[r][p];
@@ -486,6 +502,7 @@ void Vorm<T>::prepareVorm(bool verbose)
     template void Vorm<T>::initTargetCoefficients();                                                         \
     template void Vorm<T>::applyKnownTargetBounds();                                                         \
     template void Vorm<T>::removeConstantVariables();                                                        \
+    template bool Vorm<T>::isOnGrid(const T&, long) const;                                                   \
     template void Vorm<T>::removeDependentEquations(bool);                                                   \
     template void Vorm<T>::detectSwappedHalfFreeVariables(bool);                                             \
     template void Vorm<T>::validateAndSharpenInEquations(bool);                                              \

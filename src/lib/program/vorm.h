@@ -166,6 +166,8 @@ public:
     // Integer normalisation (normalisation.cpp).
     // 10^dx[j]; a dx that is negative or not an integer is fatal, naming the file.
     T decimalFactor(long j) const;
+    // Whether c is a multiple of 10^-dx[j] (preparation.cpp).
+    bool isOnGrid(const T& c, long j) const;
     // The step of the target sum over the grid of the variables: 1/K, K the least factor that
     // makes every At[i][j] 10^-dx[j] an integer (columns beyond dx count with dx 0); 1 for integer
     // data. For a program in the units of its file (the unprepared one, where the target bounds
