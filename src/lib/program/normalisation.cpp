@@ -22,14 +22,9 @@ namespace latopt {
 using program_checks::checkIntegral;
 using program_checks::checkKgv;
 using program_checks::checkOverflow;
+using program_checks::isInfinite;
 
 namespace {
-
-template <class T>
-bool isInfinite(const T& x)
-{
-    return Math::abs(x) == Constant<T>::INF();
-}
 
 template <class T>
 T factorOf(const T& x)

@@ -1,8 +1,10 @@
 // number_checks.h: the tests by which the preparation of a program decides whether a long double
-// result can be trusted, with their exact QQ partners that never throw. Internal to the program
-// module (preparation.cpp, normalisation.cpp).
+// result can be trusted, with their exact QQ partners that never throw, and the tests for
+// infinite bounds. Internal to the program module (preparation, normalisation, targets).
 #pragma once
 
+#include "arith/constant.h"
+#include "arith/math.h"
 #include "arith/precision.h"
 #include "arith/qq.h"
 #include "base/exceptions.h"
@@ -11,6 +13,24 @@
 #include <string>
 
 namespace latopt::program_checks {
+
+template <class T>
+bool isPlusInfinity(const T& x)
+{
+    return x == Constant<T>::INF();
+}
+
+template <class T>
+bool isMinusInfinity(const T& x)
+{
+    return x == -Constant<T>::INF();
+}
+
+template <class T>
+bool isInfinite(const T& x)
+{
+    return Math::abs(x) == Constant<T>::INF();
+}
 
 // Throws PrecisionException(what) when x lies beyond the trusted range of a long double.
 inline void checkOverflow(const long double& x, const char* what)

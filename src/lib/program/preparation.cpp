@@ -28,26 +28,11 @@ namespace latopt {
 
 using program_checks::checkKgv;
 using program_checks::checkOverflow;
+using program_checks::isInfinite;
+using program_checks::isMinusInfinity;
+using program_checks::isPlusInfinity;
 
 namespace {
-
-template <class T>
-bool isPlusInfinity(const T& x)
-{
-    return x == Constant<T>::INF();
-}
-
-template <class T>
-bool isMinusInfinity(const T& x)
-{
-    return x == -Constant<T>::INF();
-}
-
-template <class T>
-bool isInfinite(const T& x)
-{
-    return Math::abs(x) == Constant<T>::INF();
-}
 
 void note(bool verbose, const std::string& text)
 {

@@ -12,28 +12,15 @@
 #include "base/log.h"
 #include "linalg/matrix.h"
 #include "linalg/vector.h"
+#include "program/number_checks.h"
 
 namespace latopt {
 
+using program_checks::isInfinite;
+using program_checks::isMinusInfinity;
+using program_checks::isPlusInfinity;
+
 namespace {
-
-template <class T>
-bool isPlusInfinity(const T& x)
-{
-    return x == Constant<T>::INF();
-}
-
-template <class T>
-bool isMinusInfinity(const T& x)
-{
-    return x == -Constant<T>::INF();
-}
-
-template <class T>
-bool isInfinite(const T& x)
-{
-    return Math::abs(x) == Constant<T>::INF();
-}
 
 template <class T>
 const T& larger(const T& a, const T& b)
