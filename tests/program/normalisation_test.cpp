@@ -1,6 +1,7 @@
 #include "arith/constant.h"
 #include "arith/qq.h"
 #include "base/exceptions.h"
+#include "program/program_text.h"
 #include "program/vorm.h"
 #include "test_seed.h"
 
@@ -14,25 +15,8 @@
 namespace latopt {
 namespace {
 
-Vorm<QQ> parse(const std::string& text)
-{
-    Vorm<QQ> program;
-    std::istringstream stream(text);
-    stream >> program;
-    return program;
-}
-
-// The text form of a block on one line, white space runs collapsed.
-std::string written(const Serializable& block)
-{
-    std::ostringstream s;
-    block.serialize(s);
-    std::istringstream words(s.str());
-    std::string text, word;
-    while (words >> word)
-        text += (text.empty() ? "" : " ") + word;
-    return text;
-}
+using testing_support::parse;
+using testing_support::written;
 
 // Programs as .opt text: dt (= kt) At Ag bg Au lu ru dx lx rx.
 TEST(Normalisation, VariablesAndRowsBecomeIntegral)

@@ -16,6 +16,9 @@
 namespace latopt {
 namespace {
 
+using testing_support::parse;
+using testing_support::written;
+
 using testing_support::describe;
 
 const QQ INF = Constant<QQ>::INF();
@@ -28,14 +31,6 @@ bool isInfinite(const QQ& x)
 bool integral(const QQ& x)
 {
     return isInfinite(x) || floor(x) == x;
-}
-
-Vorm<QQ> parse(const std::string& text)
-{
-    Vorm<QQ> program;
-    std::istringstream stream(text);
-    stream >> program;
-    return program;
 }
 
 template <class T>
@@ -312,18 +307,6 @@ Vorm<QQ> slackified(const std::string& text)
     Vorm<QQ> program = parse(text);
     program.slackStage(false, false);
     return program;
-}
-
-// The text form of a block on one line, white space runs collapsed.
-std::string written(const Serializable& block)
-{
-    std::ostringstream s;
-    block.serialize(s);
-    std::istringstream words(s.str());
-    std::string text, word;
-    while (words >> word)
-        text += (text.empty() ? "" : " ") + word;
-    return text;
 }
 
 // Programs as .opt text: dt At Ag bg Au lu ru dx lx rx.

@@ -1,8 +1,11 @@
-// program_text.h: every member of a Vorm as text, for exact comparisons of whole programs in the
-// program tests. Long doubles are written with 17 significant digits, QQ exactly.
+// program_text.h: programs and their blocks as text in the program tests: every member of a Vorm
+// for exact comparisons of whole programs (long doubles with 17 significant digits, QQ exactly),
+// a program read from .opt text, a block written on one line.
 #pragma once
 
+#include "arith/qq.h"
 #include "base/log.h"
+#include "base/serializable.h"
 #include "program/vorm.h"
 
 #include <sstream>
@@ -33,6 +36,26 @@ std::string describe(const Vorm<T>& p)
       << p.pendingSolutionWrite << p.pendingSolutionStats << p.slackified << "\nslack variables "
       << p.slackInequationCount << " " << p.slackTargetVariableCount;
     return s.str();
+}
+
+inline Vorm<QQ> parse(const std::string& text)
+{
+    Vorm<QQ> program;
+    std::istringstream stream(text);
+    stream >> program;
+    return program;
+}
+
+// The text form of a block on one line, white space runs collapsed.
+inline std::string written(const Serializable& block)
+{
+    std::ostringstream s;
+    block.serialize(s);
+    std::istringstream words(s.str());
+    std::string text, word;
+    while (words >> word)
+        text += (text.empty() ? "" : " ") + word;
+    return text;
 }
 
 } // namespace latopt::testing_support
