@@ -8,8 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
 
 namespace latopt::testing_tool {
@@ -17,35 +15,9 @@ namespace latopt::testing_tool {
 // Runs latopt-lab with the arguments after argv[0] and input on standard input.
 inline ToolRun runLab(const std::vector<std::string>& arguments, const std::string& input)
 {
-    char inName[] = "/tmp/latopt_lab_in_XXXXXX";
-    char outName[] = "/tmp/latopt_lab_out_XXXXXX";
-    char errName[] = "/tmp/latopt_lab_err_XXXXXX";
-    const int in = mkstemp(inName), out = mkstemp(outName), err = mkstemp(errName);
-    EXPECT_EQ(write(in, input.data(), input.size()), static_cast<ssize_t>(input.size()));
-    lseek(in, 0, SEEK_SET);
-    ToolRun run;
-    run.pid = fork();
-    if (run.pid == 0) {
-        dup2(in, STDIN_FILENO);
-        dup2(out, STDOUT_FILENO);
-        dup2(err, STDERR_FILENO);
-        std::vector<char*> argv{const_cast<char*>("latopt-lab")};
-        for (const std::string& argument : arguments)
-            argv.push_back(const_cast<char*>(argument.c_str()));
-        argv.push_back(nullptr);
-        execv(LATOPT_LAB_BINARY, argv.data());
-        _exit(127);
-    }
-    int status = 0;
-    waitpid(run.pid, &status, 0);
-    if (WIFEXITED(status)) run.status = WEXITSTATUS(status);
-    run.out = fileText(outName);
-    run.err = fileText(errName);
-    for (const int descriptor : {in, out, err})
-        close(descriptor);
-    for (const char* name : {inName, outName, errName})
-        unlink(name);
-    return run;
+    std::vector<std::string> argv{"latopt-lab"};
+    argv.insert(argv.end(), arguments.begin(), arguments.end());
+    return runBinary(LATOPT_LAB_BINARY, argv, ".", &input);
 }
 
 struct LabCase {

@@ -32,24 +32,33 @@ inline std::string fileText(const std::string& name)
     return text.str();
 }
 
-// Runs the tool with the given argv (argv[0] included) in directory.
-inline ToolRun runTool(const std::vector<std::string>& arguments, const std::string& directory)
+// Runs binary with the given argv (argv[0] included) in directory, with input on standard input
+// (none: the test's own standard input is inherited).
+inline ToolRun runBinary(const char* binary, const std::vector<std::string>& arguments,
+                         const std::string& directory, const std::string* input = nullptr)
 {
+    char inName[] = "/tmp/latopt_run_in_XXXXXX";
     char outName[] = "/tmp/latopt_run_out_XXXXXX";
     char errName[] = "/tmp/latopt_run_err_XXXXXX";
+    const int in = mkstemp(inName);
     const int out = mkstemp(outName);
     const int err = mkstemp(errName);
+    if (input != nullptr) {
+        EXPECT_EQ(write(in, input->data(), input->size()), static_cast<ssize_t>(input->size()));
+        lseek(in, 0, SEEK_SET);
+    }
     ToolRun run;
     run.pid = fork();
     if (run.pid == 0) {
         if (chdir(directory.c_str()) != 0) _exit(127);
+        if (input != nullptr) dup2(in, STDIN_FILENO);
         dup2(out, STDOUT_FILENO);
         dup2(err, STDERR_FILENO);
         std::vector<char*> argv;
         for (const std::string& argument : arguments)
             argv.push_back(const_cast<char*>(argument.c_str()));
         argv.push_back(nullptr);
-        execv(LATOPT_BINARY, argv.data());
+        execv(binary, argv.data());
         _exit(127);
     }
     int status = 0;
@@ -57,11 +66,17 @@ inline ToolRun runTool(const std::vector<std::string>& arguments, const std::str
     if (WIFEXITED(status)) run.status = WEXITSTATUS(status);
     run.out = fileText(outName);
     run.err = fileText(errName);
-    for (const int descriptor : {out, err})
+    for (const int descriptor : {in, out, err})
         close(descriptor);
-    unlink(outName);
-    unlink(errName);
+    for (const char* name : {inName, outName, errName})
+        unlink(name);
     return run;
+}
+
+// Runs the tool with the given argv (argv[0] included) in directory.
+inline ToolRun runTool(const std::vector<std::string>& arguments, const std::string& directory)
+{
+    return runBinary(LATOPT_BINARY, arguments, directory);
 }
 
 // A fresh scratch directory per test, removed with everything in it afterwards.
