@@ -29,6 +29,7 @@
 #include "arith/qq.h"
 #include "base/array.h"
 #include "base/serializable_array.h"
+#include "lattice/coords.h"
 #include "lattice/trimming.h"
 #include "linalg/matrix.h"
 #include "linalg/vector.h"
@@ -108,7 +109,13 @@ public:
     bool boundsSymmetric = false;                // l = -r
     long lllStepBudget = 100;                    // steps of the reduction between checks
     short checkVectorsState = 0;                 // state of the candidate check
-    // containment and coords join here.
+    // Whether the reduction offers the rows it touches to the candidate gate; a bare basis (a
+    // reduction for its own sake) has no program to judge them against and clears it.
+    bool offerCandidates = true;
+    // Exchange tests made by lll since the lattice was built; only counted, never copied.
+    long exchangeTestCount = 0;
+    // containment joins here.
+    CoordsComputation<R1, R2> coords;         // the coordinates of a vector in B, with the two solve caches
     Array<short> rowState;                    // one state word per row
     ConversionArray<Matrix<R2>> gsStages;     // work array P of the reduced LQ factorisation
     Vector<R2> gsDiag;                        // diagonal of the reduced factorisation
@@ -175,6 +182,41 @@ public:
     // The parameters must change only so (or through their change callbacks): a change while B
     // is trimmed would make the removal undo what was never applied.
     void setTrimming(bool scale, bool translate);
+
+    // Gram-Schmidt data of the rows of B (gram_schmidt.cpp), computed lazily by the row state
+    // words: a row is recomputed only when its word lacks the bits of the routine's mask.
+    // rowState bits: the whole word 1 = dependent on the rows before it; 2 = mu row, rowNorm and
+    // gsNorm current; 4 = factorised; 8 = gsVectors row current; 16 = gsLower and gsDiag current;
+    // 32 = size-reduced; 64 = passed the exchange test. k2 = 0 means dimB.
+    static constexpr short ROW_DEPENDENT = 1;
+    static constexpr short GS_CURRENT = 2;
+    static constexpr short GS_FACTORISED = 4;
+    static constexpr short GS_VECTORS_CURRENT = 8;
+    static constexpr short GS_LOWER_CURRENT = 16;
+    static constexpr short SIZE_REDUCED = 32;
+    static constexpr short EXCHANGE_TESTED = 64;
+    // The recurrence, rows k1..k2; false at the first dependent row (its word becomes 1).
+    bool compute_gs_classic(long k1, long k2);
+    // Modified Gram-Schmidt through lq_reduced (mask 22): 0, or the first row it stopped at;
+    // fatal with fail.
+    long compute_gs_mod(long k1, long k2, bool fail);
+    // Householder through lq_full (mask 14), gsVectors scaled to length sqrt(gsNorm): 0, or the
+    // first row it stopped at (dimN + 1 for surplus rows); fatal with fail.
+    long compute_gs_lq(long k1, long k2, bool fail);
+
+    // Reduction (reduction.cpp). lll reduces rows k..m (0: dimB), blending dependent rows towards
+    // n (0: dimB); returns the smaller of the final row and k. Every row it touches is offered
+    // to the candidate gate while offerCandidates is set.
+    long lll(long k, long m, long n);
+    bool sizeReduce(long k, long n, bool& careful);
+    bool sizeReduceGenuine(long k, bool careful);
+    long lovasz_reduce(long k);
+    long deep_reduce(long k);
+    long dependencyHandler(long k, long n);
+    void swapVectors(long i, long j, bool keepState);
+    void sortEuklid(long m);
+    // Changes the scale factor of column i, then clears the state word of every row.
+    void scale(long i, const R1& s);
 
     // Preparation of the lattice's own program (embedding.cpp): the slack stage on unprepared
     // (slackStage(applyKnownBounds, verb == 2)), then the program becomes a copy of unprepared and
