@@ -102,7 +102,7 @@ Lattice<R1, R2>::Lattice(const Matrix<R1>* basis)
     : inhomogenousConstant(Constant<R1>::ONE()), scaledInhomogenousConstant(Constant<R1>::ONE()),
       params(*this), TT(std::string(",")), B_save(std::string(",")), B(std::string(",")),
       gsVectors(std::string(",")), mu(std::string(",")), R(Constant<R1>::ZERO()),
-      maxUnscaledLatVecSquaredEuclideanNorm(Constant<R1>::ZERO()), gsLower(std::string(",")), coords(*this),
+      maxUnscaledLatVecSquaredEuclideanNorm(Constant<R1>::ZERO()), coords(*this), gsLower(std::string(",")),
       gsLowerFull(std::string(",")), stageValue(Constant<R2>::ZERO())
 {
     resetLattice(basis, true);
