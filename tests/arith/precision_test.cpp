@@ -173,6 +173,40 @@ TEST(PrecisionConv, IntegersCrossAsTheirDecimalTextReads)
     }
 }
 
+// Integers of any length from the limbs round as the text route reads them, ties included (the
+// sums of two powers of two put the rounding bit right behind the 64 bits of the significand).
+TEST(QqToDblRounded, LimbPathEqualsTheTextRoute)
+{
+    const unsigned long long seed = testSeed();
+    SCOPED_TRACE(seedTrace(seed));
+    std::mt19937_64 random(seed);
+    for (long round = 0; round < rounds(2000); ++round) {
+        QQ value;
+        if (round % 2 == 0) {
+            std::string digits(1, static_cast<char>('1' + random() % 9));
+            const int length = std::uniform_int_distribution<int>(1, 60)(random);
+            for (int k = 1; k < length; ++k)
+                digits += static_cast<char>('0' + random() % 10);
+            value = QQ(digits.c_str());
+        } else {
+            const int high = std::uniform_int_distribution<int>(60, 200)(random);
+            const int low = std::uniform_int_distribution<int>(0, high - 1)(random);
+            ZZ a;
+            ZZ b;
+            ZZ::pow(ZZ(2), ZZ(high), a);
+            ZZ::pow(ZZ(2), ZZ(low), b);
+            ZZ sum;
+            ZZ::add(a, b, sum);
+            if (random() % 2 == 0) ZZ::add(sum, ZZ(1), sum);
+            value = QQ(sum);
+        }
+        if (random() % 2 == 0) value = -value;
+        SCOPED_TRACE(::testing::PrintToString(value));
+        EXPECT_EQ(value.toDblRounded(), value.toDbl(false, false));
+    }
+    EXPECT_EQ(QQ("1/3").toDblRounded(), QQ("1/3").toDbl(false, false));
+}
+
 TEST(PrecisionConv, ScalarsWithAndWithoutProbe)
 {
     long double d = 0;

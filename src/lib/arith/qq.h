@@ -97,6 +97,11 @@ public:
     long double toDbl(bool throwOnLoss = false, bool allowPostCommaLoss = false) const;
     // toDbl of an integer of at most two limbs, without the text: exact.
     long double integerToDbl() const;
+    // The nearest long double (ties to even), never throwing: an integer of any length from its
+    // limbs, equal to what the text route reads; anything else through toDbl(false, false). For
+    // derived data that may be approximate (Gram-Schmidt numbers), where a failure would have no
+    // retry to go to.
+    long double toDblRounded() const;
     QQ& kuerzen(); // restores the normal form
     QQ& initInf(bool positive);
     // Cuts the fraction to at most digits decimal digits of nenner, shifting zaehler and nenner

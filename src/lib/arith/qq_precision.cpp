@@ -11,6 +11,7 @@
 #include <cmath>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace latopt {
 
@@ -132,6 +133,65 @@ long double QQ::integerToDbl() const
         magnitude = magnitude * ZZ::BASE + limbs[i];
     const long double value = static_cast<long double>(magnitude);
     // A negative zero reads as -0, as its text "-0" would.
+    return isPositive ? value : -value;
+}
+
+namespace {
+__extension__ typedef unsigned __int128 Wide;
+} // namespace
+
+long double QQ::toDblRounded() const
+{
+    if (isInf || !zaehler.isZero()) return toDbl(false, false);
+    if (ganze.dimension() <= 2) return integerToDbl();
+    // 1. The magnitude in binary words, least significant first: Horner over the decimal limbs.
+    const long limbCount = ganze.dimension();
+    const long long* limbs = ganze.limbs();
+    unsigned long long stack[16];
+    std::vector<unsigned long long> heap;
+    const long capacity = limbCount; // 10^9 < 2^32: one word per limb is room enough
+    unsigned long long* words = stack;
+    if (capacity > 16) {
+        heap.assign(static_cast<std::size_t>(capacity), 0);
+        words = heap.data();
+    }
+    long used = 0;
+    for (long i = limbCount; i >= 1; --i) {
+        Wide carry = static_cast<unsigned long long>(limbs[i]);
+        for (long w = 0; w < used; ++w) {
+            carry += static_cast<Wide>(words[w]) * static_cast<unsigned long long>(ZZ::BASE);
+            words[w] = static_cast<unsigned long long>(carry);
+            carry >>= 64;
+        }
+        if (carry != 0) words[used++] = static_cast<unsigned long long>(carry);
+    }
+    if (used == 0) return isPositive ? 0.0L : -0.0L;
+    // 2. The top 64 bits are the significand of a long double; the bit below them and whether
+    //    anything is set further down decide the rounding, to nearest with ties to even.
+    const int topBits = 64 - __builtin_clzll(words[used - 1]);
+    const long bitLength = (used - 1) * 64 + topBits;
+    auto bit = [&](long index) { return (words[index / 64] >> (index % 64)) & 1ULL; };
+    unsigned long long significand = 0;
+    for (long b = bitLength - 1; b >= bitLength - 64 && b >= 0; --b)
+        significand = (significand << 1) | bit(b);
+    long exponent = 0;
+    if (bitLength > 64) {
+        exponent = bitLength - 64;
+        const unsigned long long roundBit = bit(exponent - 1);
+        bool sticky = false;
+        for (long w = 0; w < (exponent - 1) / 64 && !sticky; ++w)
+            sticky = words[w] != 0;
+        for (long b = ((exponent - 1) / 64) * 64; b < exponent - 1 && !sticky; ++b)
+            sticky = bit(b) != 0;
+        if (roundBit != 0 && (sticky || (significand & 1ULL) != 0)) {
+            ++significand;
+            if (significand == 0) { // carried out of 64 bits
+                significand = 1ULL << 63;
+                ++exponent;
+            }
+        }
+    }
+    const long double value = ldexpl(static_cast<long double>(significand), static_cast<int>(exponent));
     return isPositive ? value : -value;
 }
 
