@@ -161,7 +161,9 @@ void Lattice<R1, R2>::resetLattice(const Matrix<R1>* basis, bool clearFileName)
     //     forgets its state here, once it exists.)
     resetTrimming(true, true);
     B = B_save;
-    // 11. (The two solve caches are emptied here, once they exist.)
+    // 11. The two solve caches: their bases are gone.
+    coords.savedCache.clear();
+    coords.currentCache.clear();
     // 12. The members that must not lose a value on the way down to long double.
     B_save.throwOnLoss = true;
     solutions.throwOnLoss = true;
@@ -184,10 +186,12 @@ void Lattice<R1, R2>::setDims(long rows, long cols, bool keepBest)
     if (rows < 0 || cols < 0) return;
     // 2. No columns given: the present ones.
     if (cols == 0) cols = dimN;
-    // 3. The basis; the stack's matrices grow to the rows. (The solve caches lose their rows and
-    //    the containment test its state here, once they exist.)
+    // 3. The basis; the solve caches lose their rows; the stack's matrices grow to the rows.
+    //    (The containment test loses its state here, once it exists.)
     B.setDimensions(rows, cols, false);
     B_save.setDimensions(rows, cols, false);
+    coords.savedCache.clear();
+    coords.currentCache.clear();
     for (long i = 1; i <= TT.dimension(); ++i)
         if (TT[i].rowCount < rows || TT[i].colCount < rows) TT[i].setDimensions(rows, rows, false);
     // 4. What follows the rows, and what follows the columns.
@@ -231,14 +235,15 @@ Lattice<R1, R2>& Lattice<R1, R2>::_assign(const Lattice<S1, S2>& other, bool kee
     latFile = other.latFile;
     // 4. The settings, unless this lattice keeps its own.
     if (!keepParams) params._assign(other.params);
-    // 5. Results, stack and basis (bestVector after iterationCount, and containment and the
-    //    caches after B_save, once they exist), then the rest in the order of the members.
+    // 5. Results, stack and basis (bestVector after iterationCount, and containment before the
+    //    caches, once they exist), then the rest in the order of the members.
     iterationCount = other.iterationCount;
     Precision::conv(other.bestTarget, bestTarget, false);
     solutions._assign(other.solutions);
     TT._assign(other.TT);
     B = other.B;
     B_save = other.B_save;
+    coords._assign(other.coords);
     Precision::conv(other.inhomogenousConstant, inhomogenousConstant, faithful);
     Precision::conv(other.scaledInhomogenousConstant, scaledInhomogenousConstant, faithful);
     gsVectors = other.gsVectors;
