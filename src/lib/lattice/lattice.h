@@ -41,6 +41,7 @@
 
 #include <istream>
 #include <string>
+#include <vector>
 
 namespace latopt {
 
@@ -206,7 +207,15 @@ public:
 
     // Reduction (reduction.cpp). lll reduces rows k..m (0: dimB), blending dependent rows towards
     // n (0: dimB); returns the smaller of the final row and k. Every row it touches is offered
-    // to the candidate gate while offerCandidates is set.
+    // to the candidate gate while offerCandidates is set. Exchanges are tested against
+    // Constant<R2>::DELTA, just below one; with the parameter deep by deep insertion at positions
+    // 2..k-1 (row 1 is never an insertion target). lllStepBudget exchange tests per call, after
+    // which the call only size-reduces; the budget doubles when more than a tenth of the row
+    // visits went untested and shrinks by one when none did. Dependent rows are kept, moved
+    // behind the independent rows of 1..n, and the loop stops at the first of them. While a call
+    // runs, the flag allowPostCommaLoss of rowState ("keep dependency marks") spares a word 1 at
+    // rows >= 2 from invalidation; every way out of lll clears it. In long double a changed entry
+    // of B (and of the top of TT under consistency) beyond 10^18 throws FatalPrecisionException.
     long lll(long k, long m, long n);
     bool sizeReduce(long k, long n, bool& careful);
     bool sizeReduceGenuine(long k, bool careful);
@@ -302,6 +311,64 @@ public:
     static inline void (*solWriteProbe)() = nullptr;
     // The same inside the protected write of the .lat file.
     static inline void (*latWriteProbe)() = nullptr;
+
+private:
+    // Work state of the Gram-Schmidt recurrence and the reduction, never copied: after a copy it
+    // is rebuilt on first use.
+    // The R2 image of a row is its entries converted once, so that the inner products of the
+    // recurrence convert nothing (when R1 is R2 the row of B serves as its own image). While the
+    // entries of a row are integers below 2^53 in magnitude it also has an integer image, and an
+    // inner product of two such rows is summed exactly in 128 bits and rounded once, which for
+    // long double Gram-Schmidt data is never less accurate than the sum in column order.
+    // gsImageState per row: 0 stale, 1 R2 image current, 2 the integer image current as well.
+    // Images are refreshed lazily; a writer of B inside lll marks its row stale, and every call
+    // from outside lll marks them all stale, since B may have changed behind it.
+    Matrix<R2> gsImage;                // rows of B in R2, used only when R1 is not R2
+    std::vector<long long> gsIntImage; // the integer images, row i from (i - 1) * dimN
+    Array<signed char> gsImageState;   // dimB words
+    Vector<R2> gsScratch;              // r of the recurrence, k - 1 entries
+    long reductionDepth = 0;           // above 0 while a routine of the reduction runs
+
+    // Held by every public routine that reads the row images: the outermost one marks them all
+    // stale (B may have changed since the last routine), the inner ones trust them.
+    class ReductionScope {
+    public:
+        explicit ReductionScope(Lattice& owner) : lattice(owner)
+        {
+            if (lattice.reductionDepth++ == 0 || lattice.gsImageState.dimension() != lattice.dimB)
+                lattice.invalidateRowImages();
+        }
+        ReductionScope(const ReductionScope&) = delete;
+        ReductionScope& operator=(const ReductionScope&) = delete;
+        ~ReductionScope() { --lattice.reductionDepth; }
+
+    private:
+        Lattice& lattice;
+    };
+
+    // Images follow dimB and dimN; all stale.
+    void invalidateRowImages();
+    // The R2 image of row i, refreshed first if stale; entries from index 1.
+    const R2* rowImage(long i);
+    // <b_i, b_k> in R2: exact and rounded once on integer images, else summed from zero in
+    // column order over the R2 images.
+    R2 rowProduct(long i, long k);
+    // The recurrence for row k (mu row, rowNorm, gsNorm) without a verdict on dependency; rows
+    // before k must be current. Returns gsNorm[k].
+    R2 computeGsRow(long k);
+    // rowState[k] gets bits (a word meaning "dependent" is replaced, not or-ed into).
+    void addRowState(long k, short bits);
+    // Clears the state words of rows t..dimB, sparing a word 1 at rows >= 2 while
+    // keepDependencyMarks is set, and empties the current solve cache.
+    void invalidateRowsFrom(long t);
+    // One pass of size reduction of row k over j = k-1..1; true if the row changed. maxQuotient
+    // gets the largest |q| applied.
+    bool sizeReducePass(long k, bool careful, R2& maxQuotient);
+    // sizeReduce without its recursion: 0 when the reduction can't go on, else the row to go on
+    // at (k, or the row a dependent row was moved to).
+    long sizeReduceStep(long k, long n, bool& careful);
+    // Offers row k to the candidate gate while offerCandidates is set.
+    void offerRow(long k);
 };
 
 } // namespace latopt

@@ -1,0 +1,200 @@
+// gram_schmidt.cpp: the Gram-Schmidt data of the rows of B, computed lazily row by row
+// (compute_gs_classic, compute_gs_mod), and the row images that the recurrence reads. See
+// lattice.h.
+#include "arith/constant.h"
+#include "arith/precision.h"
+#include "arith/qq.h"
+#include "base/log.h"
+#include "lattice/lattice.h"
+#include "lattice/reduction_numbers.h"
+
+#include <type_traits>
+
+namespace latopt {
+
+using reduction::fromInteger;
+using reduction::integerImage;
+using reduction::toGs;
+
+template <class R1, class R2>
+void Lattice<R1, R2>::invalidateRowImages()
+{
+    gsImageState.setDimension(dimB, false);
+    for (long i = 0; i <= dimB; ++i)
+        gsImageState[i] = 0;
+    if (static_cast<long>(gsIntImage.size()) != dimB * dimN) gsIntImage.assign(dimB * dimN, 0);
+    if constexpr (!std::is_same_v<R1, R2>) gsImage.setDimensions(dimB, dimN, false);
+}
+
+template <class R1, class R2>
+const R2* Lattice<R1, R2>::rowImage(long i)
+{
+    const R1* row = B.rowData[i].data;
+    signed char& state = gsImageState.data[i];
+    if (state == 0) {
+        // 1. The integer image, while every entry is an integer below 2^53.
+        long long* integers = gsIntImage.data() + (i - 1) * dimN;
+        bool integral = true;
+        for (long col = 1; col <= dimN && integral; ++col)
+            integral = integerImage(row[col], integers[col - 1]);
+        // 2. The R2 image, where it is not the row itself.
+        if constexpr (!std::is_same_v<R1, R2>) {
+            R2* image = gsImage.rowData[i].data;
+            for (long col = 1; col <= dimN; ++col)
+                toGs(row[col], image[col]);
+        }
+        state = integral ? 2 : 1;
+    }
+    if constexpr (std::is_same_v<R1, R2>)
+        return row;
+    else
+        return gsImage.rowData[i].data;
+}
+
+template <class R1, class R2>
+R2 Lattice<R1, R2>::rowProduct(long i, long k)
+{
+    const R2* a = rowImage(i);
+    const R2* b = rowImage(k);
+    R2 sum = Constant<R2>::ZERO();
+    if (gsImageState.data[i] == 2 && gsImageState.data[k] == 2) {
+        // Products below 2^106, so 2^21 columns can't overflow the 128-bit sum.
+        const long long* x = gsIntImage.data() + (i - 1) * dimN;
+        const long long* y = gsIntImage.data() + (k - 1) * dimN;
+        reduction::Int128 exact = 0;
+        for (long col = 0; col < dimN; ++col)
+            exact += static_cast<reduction::Int128>(x[col]) * y[col];
+        fromInteger(exact, sum);
+        return sum;
+    }
+    for (long col = 1; col <= dimN; ++col)
+        sum += a[col] * b[col];
+    return sum;
+}
+
+template <class R1, class R2>
+void Lattice<R1, R2>::addRowState(long k, short bits)
+{
+    if (rowState[k] == ROW_DEPENDENT) rowState[k] = 0;
+    rowState[k] = static_cast<short>(rowState[k] | bits);
+}
+
+template <class R1, class R2>
+R2 Lattice<R1, R2>::computeGsRow(long k)
+{
+    // 1. The scratch vector r of the recurrence.
+    if (gsScratch.dimension() < k) gsScratch.setDimension(k, true);
+    R2* r = gsScratch.data;
+    R2* muk = mu.rowData[k].data;
+    // 2. r[i] = <b_i, b_k> - sum_j mu[i][j] r[j], mu[k][i] = r[i] / gsNorm[i].
+    for (long i = 1; i < k; ++i) {
+        const R2 s = rowProduct(i, k);
+        const R2* mui = mu.rowData[i].data;
+        R2 t = Constant<R2>::ZERO();
+        for (long j = 1; j < i; ++j)
+            t += mui[j] * r[j];
+        r[i] = s - t;
+        muk[i] = r[i] / gsNorm.data[i];
+    }
+    // 3. rowNorm[k] = <b_k, b_k> in R1.
+    const R1* row = B.rowData[k].data;
+    R1 norm = Constant<R1>::ZERO();
+    for (long col = 1; col <= dimN; ++col)
+        norm += row[col] * row[col];
+    rowNorm.data[k] = norm;
+    // 4. c = rowNorm[k] - sum_j mu[k][j] r[j]. On integer images the norm is taken exactly and
+    //    rounded once, as the inner products are.
+    R2 c;
+    if (gsImageState.data[k] == 2)
+        c = rowProduct(k, k);
+    else
+        toGs(norm, c);
+    for (long j = 1; j < k; ++j)
+        c -= muk[j] * r[j];
+    // 5. The diagonal and the zeros behind it.
+    muk[k] = Constant<R2>::ONE();
+    for (long i = k + 1; i <= dimB; ++i)
+        muk[i] = Constant<R2>::ZERO();
+    gsNorm.data[k] = c;
+    return c;
+}
+
+template <class R1, class R2>
+bool Lattice<R1, R2>::compute_gs_classic(long k1, long k2)
+{
+    static const R2 EPSILON = Constant<R2>::EPSILON();
+    if (k2 == 0) k2 = dimB;
+    // A call from outside the reduction may come after any change of B.
+    if (reductionDepth == 0 || gsImageState.dimension() != dimB) invalidateRowImages();
+    for (long k = k1; k <= k2; ++k) {
+        if ((rowState[k] & GS_CURRENT) != 0) continue;
+        const R2 c = computeGsRow(k);
+        // A vanishing projection: the row depends on the rows before it. The entries written so
+        // far stay; rows behind it are left alone.
+        if (c <= EPSILON) {
+            rowState[k] = ROW_DEPENDENT;
+            return false;
+        }
+        addRowState(k, GS_CURRENT);
+    }
+    return true;
+}
+
+template <class R1, class R2>
+long Lattice<R1, R2>::compute_gs_mod(long k1, long k2, bool fail)
+{
+    static const R2 EPSILON = Constant<R2>::EPSILON();
+    static const short MASK = GS_CURRENT | GS_FACTORISED | GS_LOWER_CURRENT;
+    if (k2 == 0) k2 = dimB;
+    // 1. Rows that are done for this routine.
+    while (k1 <= k2 && (rowState[k1] & MASK) == MASK)
+        ++k1;
+    if (k1 > k2) return 0;
+    // 2. The factorisation always starts at row 1: a restart would rest on earlier rows of
+    //    gsVectors, which the Householder routine writes as well. Rows 1..k1-1 come out as they
+    //    were, since their rows of B haven't changed.
+    const long d = B.lq_reduced(gsLower, gsVectors, gsStages, gsDiag, 1, k2);
+    // 3. The last row that finished.
+    const long last = d == 0 ? k2 : d - 1;
+    for (long k = 1; k <= k2 && k <= gsVectors.rowCount; ++k)
+        rowState[k] = static_cast<short>(rowState[k] & ~GS_VECTORS_CURRENT);
+    // 4. Copy the finished rows of the factorisation into the Gram-Schmidt data.
+    long result = d;
+    for (long k = k1; k <= last; ++k) {
+        const R1* row = B.rowData[k].data;
+        R1 norm = Constant<R1>::ZERO();
+        for (long col = 1; col <= dimN; ++col)
+            norm += row[col] * row[col];
+        rowNorm[k] = norm;
+        gsNorm[k] = gsDiag[k];
+        if (gsNorm[k] <= EPSILON) {
+            result = k;
+            break;
+        }
+        for (long i = 1; i < k; ++i)
+            mu[k][i] = gsLower[k][i] / gsLower[i][i];
+        mu[k][k] = Constant<R2>::ONE();
+        for (long i = k + 1; i <= dimB; ++i)
+            mu[k][i] = Constant<R2>::ZERO();
+        addRowState(k, MASK);
+    }
+    // 5. A dependent row stops the program when the caller asks for it.
+    if (result != 0 && fail) fatal("Linear dependency detected - remove these first!");
+    return result;
+}
+
+#define LATOPT_GRAM_SCHMIDT_MEMBERS(R1, R2)                                                                  \
+    template void Lattice<R1, R2>::invalidateRowImages();                                                    \
+    template const R2* Lattice<R1, R2>::rowImage(long);                                                      \
+    template R2 Lattice<R1, R2>::rowProduct(long, long);                                                     \
+    template void Lattice<R1, R2>::addRowState(long, short);                                                 \
+    template R2 Lattice<R1, R2>::computeGsRow(long);                                                         \
+    template bool Lattice<R1, R2>::compute_gs_classic(long, long);                                           \
+    template long Lattice<R1, R2>::compute_gs_mod(long, long, bool);
+LATOPT_GRAM_SCHMIDT_MEMBERS(long double, long double)
+LATOPT_GRAM_SCHMIDT_MEMBERS(long double, QQ)
+LATOPT_GRAM_SCHMIDT_MEMBERS(QQ, long double)
+LATOPT_GRAM_SCHMIDT_MEMBERS(QQ, QQ)
+#undef LATOPT_GRAM_SCHMIDT_MEMBERS
+
+} // namespace latopt
