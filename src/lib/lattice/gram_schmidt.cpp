@@ -20,6 +20,7 @@ template <class R1, class R2>
 void Lattice<R1, R2>::invalidateRowImages()
 {
     gsImageState.setDimension(dimB, false);
+    gsIntBits.setDimension(dimB, false);
     for (long i = 0; i <= dimB; ++i)
         gsImageState[i] = 0;
     if (static_cast<long>(gsIntImage.size()) != dimB * dimN) gsIntImage.assign(dimB * dimN, 0);
@@ -35,8 +36,13 @@ const R2* Lattice<R1, R2>::rowImage(long i)
         // 1. The integer image, while every entry is an integer below 2^53.
         long long* integers = gsIntImage.data() + (i - 1) * dimN;
         bool integral = true;
-        for (long col = 1; col <= dimN && integral; ++col)
+        unsigned long long largest = 0;
+        for (long col = 1; col <= dimN && integral; ++col) {
             integral = integerImage(row[col], integers[col - 1]);
+            const long long entry = integers[col - 1];
+            largest |= static_cast<unsigned long long>(entry < 0 ? -entry : entry);
+        }
+        gsIntBits.data[i] = static_cast<signed char>(largest == 0 ? 0 : 64 - __builtin_clzll(largest));
         // 2. The R2 image, where it is not the row itself.
         if constexpr (!std::is_same_v<R1, R2>) {
             R2* image = gsImage.rowData[i].data;
@@ -58,9 +64,18 @@ R2 Lattice<R1, R2>::rowProduct(long i, long k)
     const R2* b = rowImage(k);
     R2 sum = Constant<R2>::ZERO();
     if (gsImageState.data[i] == 2 && gsImageState.data[k] == 2) {
-        // Products below 2^106, so 2^21 columns can't overflow the 128-bit sum.
         const long long* x = gsIntImage.data() + (i - 1) * dimN;
         const long long* y = gsIntImage.data() + (k - 1) * dimN;
+        // A sum that fits 63 bits by the bit lengths of the rows and of the column count.
+        const int columnBits = 64 - __builtin_clzll(static_cast<unsigned long long>(dimN));
+        if (gsIntBits.data[i] + gsIntBits.data[k] + columnBits <= 62) {
+            long long small = 0;
+            for (long col = 0; col < dimN; ++col)
+                small += x[col] * y[col];
+            fromInteger(small, sum);
+            return sum;
+        }
+        // Products below 2^106, so 2^21 columns can't overflow the 128-bit sum.
         reduction::Int128 exact = 0;
         for (long col = 0; col < dimN; ++col)
             exact += static_cast<reduction::Int128>(x[col]) * y[col];

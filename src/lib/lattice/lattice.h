@@ -326,6 +326,7 @@ private:
     Matrix<R2> gsImage;                // rows of B in R2, used only when R1 is not R2
     std::vector<long long> gsIntImage; // the integer images, row i from (i - 1) * dimN
     Array<signed char> gsImageState;   // dimB words
+    Array<signed char> gsIntBits;      // bit length of the largest entry of an integer image
     Vector<R2> gsScratch;              // r of the recurrence, k - 1 entries
     long reductionDepth = 0;           // above 0 while a routine of the reduction runs
 
@@ -350,8 +351,9 @@ private:
     void invalidateRowImages();
     // The R2 image of row i, refreshed first if stale; entries from index 1.
     const R2* rowImage(long i);
-    // <b_i, b_k> in R2: exact and rounded once on integer images, else summed from zero in
-    // column order over the R2 images.
+    // <b_i, b_k> in R2: exact and rounded once on integer images (in 64 bits where the bit
+    // lengths leave room for the sum, else in 128), else summed from zero in column order over
+    // the R2 images.
     R2 rowProduct(long i, long k);
     // The recurrence for row k (mu row, rowNorm, gsNorm) without a verdict on dependency; rows
     // before k must be current. Returns gsNorm[k].
@@ -361,8 +363,8 @@ private:
     // Clears the state words of rows t..dimB, sparing a word 1 at rows >= 2 while
     // keepDependencyMarks is set, and empties the current solve cache.
     void invalidateRowsFrom(long t);
-    // One pass of size reduction of row k over j = k-1..1; true if the row changed. maxQuotient
-    // gets the largest |q| applied.
+    // One pass of size reduction of row k over j = k-1..1, its coefficients updated in place;
+    // true if the row changed. maxQuotient gets the largest |q| applied.
     bool sizeReducePass(long k, bool careful, R2& maxQuotient);
     // sizeReduce without its recursion: 0 when the reduction can't go on, else the row to go on
     // at (k, or the row a dependent row was moved to).

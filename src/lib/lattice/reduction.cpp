@@ -11,6 +11,7 @@
 #include "lattice/reduction_numbers.h"
 
 #include <algorithm>
+#include <cmath>
 #include <ctime>
 #include <iostream>
 #include <type_traits>
@@ -36,28 +37,32 @@ private:
     Array<short>& rowState;
 };
 
-// target -= q * source over entries 1..count, each changed entry tested; q of 1 and -1 without a
-// product.
-template <class R>
-void subtractMultiple(R* target, const R* source, long count, const R& q)
+// target -= q * source over entries 1..count; q of 1 and -1 without a product.
+void subtractMultiple(QQ* target, const QQ* source, long count, const QQ& q)
 {
-    static const R ONE = Constant<R>::ONE();
+    static const QQ ONE = Constant<QQ>::ONE();
     if (q == ONE) {
-        for (long col = 1; col <= count; ++col) {
+        for (long col = 1; col <= count; ++col)
             target[col] -= source[col];
-            checkEntry(target[col]);
-        }
     } else if (q == -ONE) {
-        for (long col = 1; col <= count; ++col) {
+        for (long col = 1; col <= count; ++col)
             target[col] += source[col];
-            checkEntry(target[col]);
-        }
     } else {
-        for (long col = 1; col <= count; ++col) {
+        for (long col = 1; col <= count; ++col)
             target[col] -= q * source[col];
-            checkEntry(target[col]);
-        }
     }
+}
+
+// The same in long double, where the largest changed entry must stay trusted: one test of it
+// stands for the test of each.
+void subtractMultiple(long double* target, const long double* source, long count, const long double& q)
+{
+    long double largest = 0;
+    for (long col = 1; col <= count; ++col) {
+        target[col] -= q * source[col];
+        largest = std::max(largest, fabsl(target[col]));
+    }
+    checkEntry(largest);
 }
 
 } // namespace
@@ -307,6 +312,7 @@ void Lattice<R1, R2>::swapVectors(long i, long j, bool keepState)
     if (gsImageState.dimension() == dimB) {
         if (i >= 1 && j >= 1) {
             std::swap(gsImageState.data[i], gsImageState.data[j]);
+            std::swap(gsIntBits.data[i], gsIntBits.data[j]);
             std::swap_ranges(gsIntImage.begin() + (i - 1) * dimN, gsIntImage.begin() + i * dimN,
                              gsIntImage.begin() + (j - 1) * dimN);
             if constexpr (!std::is_same_v<R1, R2>) gsImage.swapRows(i, j);

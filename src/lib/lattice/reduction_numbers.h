@@ -117,6 +117,14 @@ inline bool integerImage(const QQ& x, long long& value)
 }
 
 // An exact integer sum as R2: rounded once to long double, exact in QQ.
+inline void fromInteger(long long sum, long double& y)
+{
+    y = static_cast<long double>(sum);
+}
+inline void fromInteger(long long sum, QQ& y)
+{
+    y = QQ(sum);
+}
 inline void fromInteger(Int128 sum, long double& y)
 {
     y = static_cast<long double>(sum);
