@@ -3,6 +3,7 @@
 #   make test  builds and runs every test
 #   make bench-tool  times whole runs of the tool on large generated solution files (Release)
 #   make bench-read  times the tool on programs with many numbers and with very long number tokens
+#   make bench-lll   times latopt-reduce against fplll's LLL on generated lattices (Release)
 #   make fuzz  builds the libFuzzer targets (clang) and runs each for FUZZ_SECONDS (600)
 BUILD      ?= build
 BUILD_TYPE ?= Release
@@ -12,7 +13,7 @@ WERROR     := $(if $(CI),ON,OFF)
 CMAKE_ARGS := -G $(GENERATOR) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DLATOPT_WERROR=$(WERROR)
 JOBS       ?= 2
 
-.PHONY: run test bench bench-tool bench-read fuzz deps configure build clean format
+.PHONY: run test bench bench-tool bench-read bench-lll fuzz deps configure build clean format
 
 run: build
 	@mkdir -p $(BUILD)/run
@@ -38,6 +39,12 @@ bench-read: deps
 	cmake -S . -B $(BUILD)-bench $(CMAKE_ARGS) -DCMAKE_BUILD_TYPE=Release -DLATOPT_TESTS=OFF
 	cmake --build $(BUILD)-bench -j $(JOBS) --target latopt_tool
 	bench/read_bench.sh $(BUILD)-bench/bin/latopt
+
+bench-lll:
+	@./.ci/deps bench
+	cmake -S . -B $(BUILD)-bench $(CMAKE_ARGS) -DCMAKE_BUILD_TYPE=Release -DLATOPT_TESTS=OFF
+	cmake --build $(BUILD)-bench -j $(JOBS) --target latopt_reduce
+	bench/lll_vs_fplll.sh $(BUILD)-bench/bin/latopt-reduce
 
 # Each fuzz target for FUZZ_SECONDS from the committed corpus; FUZZ=name runs one of them.
 FUZZ_SECONDS ?= 600
