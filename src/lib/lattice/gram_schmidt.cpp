@@ -8,6 +8,7 @@
 #include "lattice/lattice.h"
 #include "lattice/reduction_numbers.h"
 
+#include <climits>
 #include <type_traits>
 
 namespace latopt {
@@ -57,6 +58,28 @@ const R2* Lattice<R1, R2>::rowImage(long i)
         return gsImage.rowData[i].data;
 }
 
+namespace {
+
+// The exact inner product of two integer rows of count entries whose largest entries have the
+// given bit lengths: in 64 bits where they and the column count leave room, else in 128 (products
+// below 2^106, so 2^21 columns can't overflow).
+reduction::Int128 exactProduct(const long long* x, const long long* y, long count, int bits)
+{
+    const int columnBits = 64 - __builtin_clzll(static_cast<unsigned long long>(count) | 1ULL);
+    if (bits + columnBits <= 62) {
+        long long sum = 0;
+        for (long col = 0; col < count; ++col)
+            sum += x[col] * y[col];
+        return sum;
+    }
+    reduction::Int128 sum = 0;
+    for (long col = 0; col < count; ++col)
+        sum += static_cast<reduction::Int128>(x[col]) * y[col];
+    return sum;
+}
+
+} // namespace
+
 template <class R1, class R2>
 R2 Lattice<R1, R2>::rowProduct(long i, long k)
 {
@@ -64,27 +87,32 @@ R2 Lattice<R1, R2>::rowProduct(long i, long k)
     const R2* b = rowImage(k);
     R2 sum = Constant<R2>::ZERO();
     if (gsImageState.data[i] == 2 && gsImageState.data[k] == 2) {
-        const long long* x = gsIntImage.data() + (i - 1) * dimN;
-        const long long* y = gsIntImage.data() + (k - 1) * dimN;
-        // A sum that fits 63 bits by the bit lengths of the rows and of the column count.
-        const int columnBits = 64 - __builtin_clzll(static_cast<unsigned long long>(dimN));
-        if (gsIntBits.data[i] + gsIntBits.data[k] + columnBits <= 62) {
-            long long small = 0;
-            for (long col = 0; col < dimN; ++col)
-                small += x[col] * y[col];
-            fromInteger(small, sum);
-            return sum;
-        }
-        // Products below 2^106, so 2^21 columns can't overflow the 128-bit sum.
-        reduction::Int128 exact = 0;
-        for (long col = 0; col < dimN; ++col)
-            exact += static_cast<reduction::Int128>(x[col]) * y[col];
-        fromInteger(exact, sum);
+        const reduction::Int128 exact =
+            exactProduct(gsIntImage.data() + (i - 1) * dimN, gsIntImage.data() + (k - 1) * dimN, dimN,
+                         gsIntBits.data[i] + gsIntBits.data[k]);
+        if (exact >= LLONG_MIN && exact <= LLONG_MAX)
+            fromInteger(static_cast<long long>(exact), sum);
+        else
+            fromInteger(exact, sum);
         return sum;
     }
     for (long col = 1; col <= dimN; ++col)
         sum += a[col] * b[col];
     return sum;
+}
+
+template <class R1, class R2>
+void Lattice<R1, R2>::storeIntegerRow(long k)
+{
+    const long long* integers = gsIntImage.data() + (k - 1) * dimN;
+    R1* row = B.rowData[k].data;
+    for (long col = 1; col <= dimN; ++col)
+        fromInteger(integers[col - 1], row[col]);
+    if constexpr (!std::is_same_v<R1, R2>) {
+        R2* image = gsImage.rowData[k].data;
+        for (long col = 1; col <= dimN; ++col)
+            fromInteger(integers[col - 1], image[col]);
+    }
 }
 
 template <class R1, class R2>
@@ -111,19 +139,23 @@ R2 Lattice<R1, R2>::computeGsRow(long k)
         r[i] = s - t;
         muk[i] = r[i] / gsNorm.data[i];
     }
-    // 3. rowNorm[k] = <b_k, b_k> in R1.
-    const R1* row = B.rowData[k].data;
-    R1 norm = Constant<R1>::ZERO();
-    for (long col = 1; col <= dimN; ++col)
-        norm += row[col] * row[col];
-    rowNorm.data[k] = norm;
-    // 4. c = rowNorm[k] - sum_j mu[k][j] r[j]. On integer images the norm is taken exactly and
-    //    rounded once, as the inner products are.
+    // 3. rowNorm[k] = <b_k, b_k> in R1, and c = rowNorm[k] - sum_j mu[k][j] r[j]. On an integer
+    //    image the norm is taken exactly and rounded once, as the inner products are.
     R2 c;
-    if (gsImageState.data[k] == 2)
-        c = rowProduct(k, k);
-    else
+    rowImage(k);
+    if (gsImageState.data[k] == 2) {
+        const long long* integers = gsIntImage.data() + (k - 1) * dimN;
+        const reduction::Int128 exact = exactProduct(integers, integers, dimN, 2 * gsIntBits.data[k]);
+        fromInteger(exact, rowNorm.data[k]);
+        fromInteger(exact, c);
+    } else {
+        const R1* row = B.rowData[k].data;
+        R1 norm = Constant<R1>::ZERO();
+        for (long col = 1; col <= dimN; ++col)
+            norm += row[col] * row[col];
+        rowNorm.data[k] = norm;
         toGs(norm, c);
+    }
     for (long j = 1; j < k; ++j)
         c -= muk[j] * r[j];
     // 5. The diagonal and the zeros behind it.
@@ -202,6 +234,7 @@ long Lattice<R1, R2>::compute_gs_mod(long k1, long k2, bool fail)
     template void Lattice<R1, R2>::invalidateRowImages();                                                    \
     template const R2* Lattice<R1, R2>::rowImage(long);                                                      \
     template R2 Lattice<R1, R2>::rowProduct(long, long);                                                     \
+    template void Lattice<R1, R2>::storeIntegerRow(long);                                                    \
     template void Lattice<R1, R2>::addRowState(long, short);                                                 \
     template R2 Lattice<R1, R2>::computeGsRow(long);                                                         \
     template bool Lattice<R1, R2>::compute_gs_classic(long, long);                                           \

@@ -355,6 +355,8 @@ private:
     // lengths leave room for the sum, else in 128), else summed from zero in column order over
     // the R2 images.
     R2 rowProduct(long i, long k);
+    // Row k of B (and its R2 image) written from its integer image.
+    void storeIntegerRow(long k);
     // The recurrence for row k (mu row, rowNorm, gsNorm) without a verdict on dependency; rows
     // before k must be current. Returns gsNorm[k].
     R2 computeGsRow(long k);

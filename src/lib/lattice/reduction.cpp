@@ -21,6 +21,7 @@ namespace latopt {
 
 using reduction::checkCoefficient;
 using reduction::checkEntry;
+using reduction::integerImage;
 using reduction::quotientToBasis;
 
 namespace {
@@ -93,6 +94,11 @@ bool Lattice<R1, R2>::sizeReducePass(long k, bool careful, R2& maxQuotient)
     R1* bk = B.rowData[k].data;
     bool changed = false;
     R1 q1;
+    // While row k and row j have integer images (and the result stays below 2^53), the row is
+    // updated on the image and B's row is written from it once (pending meanwhile).
+    long long* integers = gsIntImage.data() + (k - 1) * dimN;
+    bool pending = false;
+    rowImage(k);
     // From the largest j down: the update of mu[k][i], i < j, uses row j, which is final.
     for (long j = k - 1; j >= 1; --j) {
         // A coefficient of exactly one half stays.
@@ -124,7 +130,30 @@ bool Lattice<R1, R2>::sizeReducePass(long k, bool careful, R2& maxQuotient)
                 muk[i] -= q * muj[i];
         }
         muk[j] -= q;
-        subtractMultiple(bk, bj, dimN, q1);
+        long long qi = 0;
+        bool onIntegers = !careful && gsImageState.data[k] == 2 && integerImage(q, qi);
+        if (onIntegers) {
+            rowImage(j);
+            const int qBits = 64 - __builtin_clzll(static_cast<unsigned long long>(qi < 0 ? -qi : qi));
+            onIntegers =
+                gsImageState.data[j] == 2 && qBits + gsIntBits.data[j] < 52 && gsIntBits.data[k] < 52;
+        }
+        if (onIntegers) {
+            const long long* source = gsIntImage.data() + (j - 1) * dimN;
+            unsigned long long largest = 0;
+            for (long col = 0; col < dimN; ++col) {
+                integers[col] -= qi * source[col];
+                largest |=
+                    static_cast<unsigned long long>(integers[col] < 0 ? -integers[col] : integers[col]);
+            }
+            gsIntBits.data[k] = static_cast<signed char>(largest == 0 ? 0 : 64 - __builtin_clzll(largest));
+            pending = true;
+        } else {
+            if (pending) storeIntegerRow(k);
+            pending = false;
+            subtractMultiple(bk, bj, dimN, q1);
+            gsImageState.data[k] = 0;
+        }
         if (params.consistency.value) {
             Matrix<R1>& T = TT[TT.dimension()];
             subtractMultiple(T.rowData[k].data, T.rowData[j].data, T.colCount, q1);
@@ -132,7 +161,7 @@ bool Lattice<R1, R2>::sizeReducePass(long k, bool careful, R2& maxQuotient)
         maxQuotient = std::max(maxQuotient, Math::abs(q));
         changed = true;
     }
-    if (changed) gsImageState.data[k] = 0;
+    if (pending) storeIntegerRow(k);
     return changed;
 }
 
