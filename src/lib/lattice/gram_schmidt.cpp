@@ -129,14 +129,47 @@ R2 Lattice<R1, R2>::computeGsRow(long k)
     if (gsScratch.dimension() < k) gsScratch.setDimension(k, true);
     R2* r = gsScratch.data;
     R2* muk = mu.rowData[k].data;
-    // 2. r[i] = <b_i, b_k> - sum_j mu[i][j] r[j], mu[k][i] = r[i] / gsNorm[i].
-    for (long i = 1; i < k; ++i) {
-        const R2 s = rowProduct(i, k);
+    // 2. r[i] = <b_i, b_k> - t_i, t_i = sum_j mu[i][j] r[j] from zero in column order,
+    //    mu[k][i] = r[i] / gsNorm[i]. Four rows i..i+3 at a time: their sums over the columns
+    //    j < i don't wait for each other, so they run side by side, and each is then finished
+    //    in its column order. Every t_i is the same sum, added in the same order.
+    long i = 1;
+    for (; i + 3 < k; i += 4) {
+        const R2* m0 = mu.rowData[i].data;
+        const R2* m1 = mu.rowData[i + 1].data;
+        const R2* m2 = mu.rowData[i + 2].data;
+        const R2* m3 = mu.rowData[i + 3].data;
+        R2 t0 = Constant<R2>::ZERO();
+        R2 t1 = Constant<R2>::ZERO();
+        R2 t2 = Constant<R2>::ZERO();
+        R2 t3 = Constant<R2>::ZERO();
+        for (long j = 1; j < i; ++j) {
+            t0 += m0[j] * r[j];
+            t1 += m1[j] * r[j];
+            t2 += m2[j] * r[j];
+            t3 += m3[j] * r[j];
+        }
+        r[i] = rowProduct(i, k) - t0;
+        muk[i] = r[i] / gsNorm.data[i];
+        t1 += m1[i] * r[i];
+        t2 += m2[i] * r[i];
+        t3 += m3[i] * r[i];
+        r[i + 1] = rowProduct(i + 1, k) - t1;
+        muk[i + 1] = r[i + 1] / gsNorm.data[i + 1];
+        t2 += m2[i + 1] * r[i + 1];
+        t3 += m3[i + 1] * r[i + 1];
+        r[i + 2] = rowProduct(i + 2, k) - t2;
+        muk[i + 2] = r[i + 2] / gsNorm.data[i + 2];
+        t3 += m3[i + 2] * r[i + 2];
+        r[i + 3] = rowProduct(i + 3, k) - t3;
+        muk[i + 3] = r[i + 3] / gsNorm.data[i + 3];
+    }
+    for (; i < k; ++i) {
         const R2* mui = mu.rowData[i].data;
         R2 t = Constant<R2>::ZERO();
         for (long j = 1; j < i; ++j)
             t += mui[j] * r[j];
-        r[i] = s - t;
+        r[i] = rowProduct(i, k) - t;
         muk[i] = r[i] / gsNorm.data[i];
     }
     // 3. rowNorm[k] = <b_k, b_k> in R1, and c = rowNorm[k] - sum_j mu[k][j] r[j]. On an integer
