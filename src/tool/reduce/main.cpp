@@ -5,8 +5,8 @@
 // Precision ladder: long double lattice and Gram-Schmidt data while the input fits (every entry
 // below 10^18); a PrecisionException sends the run, from the input again, to exact lattice data
 // with long double Gram-Schmidt data; more than 100 d^2 (1 + log2 max|b|) exchange tests (the
-// long double data deciding badly, round and round) send it to exact data throughout, with a
-// warning. --exact starts there.
+// long double data deciding badly, round and round) or exploding entries (see Limits) send it to
+// exact data throughout, with a warning. --exact starts there.
 // Bad input and bad options: one line "latopt-reduce: ..." on standard error, status 1.
 #include "basis_text.h"
 
@@ -16,12 +16,14 @@
 #include "lattice/lattice.h"
 #include "linalg/matrix.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iostream>
-#include <limits>
 #include <optional>
 #include <regex>
 #include <string>
@@ -48,7 +50,7 @@ void printHelp()
         << "The result B_out = U B_in (U integral, det U = +-1) is size-reduced (|mu| <= 1/2) and\n"
         << "satisfies Lovasz's condition with delta = 0.999999999 for consecutive rows, or with --deep\n"
         << "the deep-insertion condition for the positions 2 <= j < k (row 1 stays as it is).\n"
-        << "Rows that depend on the others stay, behind the independent ones, with a warning.\n"
+        << "Rows that depend on the others end behind the independent ones, with a warning.\n"
         << "Options:\n"
         << "  --deep, --deep=N     deep insertion (N >= 1; --deep=0 is the plain exchange)\n"
         << "  --exact              exact arithmetic throughout (slower; otherwise long double first)\n"
@@ -280,7 +282,7 @@ int main(int argc, char** argv)
     const Result result = reduceBasis(input, options);
     if (result.dependent)
         warning("latopt-reduce: " + source +
-                ": the basis has dependent rows; they stay unreduced behind the independent ones");
+                ": the basis has dependent rows; they end behind the independent ones");
     if (!options.transformFile.empty()) {
         std::ofstream file(options.transformFile);
         if (file) writeBasis(file, result.transform);
