@@ -9,6 +9,24 @@
 
 namespace latopt {
 
+namespace {
+
+// A coordinate through the orthogonal rows is as approximate as they are. In QQ it goes onto the
+// grid of 10^-18, so that the rest vector of the substitution keeps denominators that divide
+// 10^18 instead of compounding them from row to row; a long double stays as it is.
+void shortenCoordinate(long double& x)
+{
+    (void)x;
+}
+
+void shortenCoordinate(QQ& x)
+{
+    static const QQ GRID("1000000000000000000");
+    x = round(x * GRID) / GRID;
+}
+
+} // namespace
+
 // ComputeCoordsSolveCache
 
 template <class R1>
@@ -92,6 +110,7 @@ bool CoordsComputation<R1, R2>::qsolve(Vector<R1>& coords, const Vector<R1>& w, 
         Precision::conv(rest, restR2, false);
         product = orthogonal[i] * restR2;
         product /= L.gsNorm[i];
+        shortenCoordinate(product);
         Precision::conv(product, coords[i], false);
         const Vector<R1>& row = L.B[i];
         for (long j = 1; j <= rest.dimension(); ++j)

@@ -26,6 +26,21 @@ QQ squareRoot(const QQ& x)
     return sqrt(x);
 }
 
+// A value derived from the inexact factorisation, cut short as lq_full cuts its own: QQ to 18
+// digits of its denominator, in lowest terms, so that the denominators don't compound from row
+// to row (gsNorm[k] is built from the gsNorm and mu of all rows before it); a long double has
+// nothing to cut.
+void shorten(long double& x)
+{
+    (void)x;
+}
+
+void shorten(QQ& x)
+{
+    Precision::truncateDecimal(x);
+    x.kuerzen();
+}
+
 // Whether lq_full can restart at row kk from the reflectors P and the rows of L that an earlier
 // call left: the reflectors of steps 1..min(kk - 1, cols - 1), each a row of cols - i + 2
 // entries, and the rows 1..kk-1 of L at the present column count.
@@ -72,8 +87,10 @@ long Lattice<R1, R2>::compute_gs_lq(long k1, long k2, bool fail)
         Vector<R2>& muRow = mu[k];
         for (long i = 1; i < k; ++i) {
             muRow[i] = gsLowerFull[k][i] / gsLowerFull[i][i];
+            shorten(muRow[i]);
             norm -= gsNorm[i] * muRow[i] * muRow[i];
         }
+        shorten(norm);
         if (norm <= EPSILON) {
             result = k;
             break;
@@ -83,8 +100,11 @@ long Lattice<R1, R2>::compute_gs_lq(long k1, long k2, bool fail)
         R2 length = squareRoot(norm);
         if (gsLowerFull[k][k] < Constant<R2>::ZERO()) length = -length;
         Vector<R2>& orthogonal = gsVectors[k];
-        for (long j = 1; j <= dimN; ++j)
+        shorten(length);
+        for (long j = 1; j <= dimN; ++j) {
             orthogonal[j] = Q[k][j] * length;
+            shorten(orthogonal[j]);
+        }
         muRow[k] = Constant<R2>::ONE();
         for (long i = k + 1; i <= dimB; ++i)
             muRow[i] = Constant<R2>::ZERO();
