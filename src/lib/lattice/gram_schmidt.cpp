@@ -67,10 +67,22 @@ reduction::Int128 exactProduct(const long long* x, const long long* y, long coun
 {
     const int columnBits = 64 - __builtin_clzll(static_cast<unsigned long long>(count) | 1ULL);
     if (bits + columnBits <= 62) {
-        long long sum = 0;
-        for (long col = 0; col < count; ++col)
-            sum += x[col] * y[col];
-        return sum;
+        // Four partial sums: integer sums are exact in any order, and the loop runs on fewer
+        // jumps.
+        long long sum0 = 0;
+        long long sum1 = 0;
+        long long sum2 = 0;
+        long long sum3 = 0;
+        long col = 0;
+        for (; col + 3 < count; col += 4) {
+            sum0 += x[col] * y[col];
+            sum1 += x[col + 1] * y[col + 1];
+            sum2 += x[col + 2] * y[col + 2];
+            sum3 += x[col + 3] * y[col + 3];
+        }
+        for (; col < count; ++col)
+            sum0 += x[col] * y[col];
+        return (sum0 + sum1) + (sum2 + sum3);
     }
     reduction::Int128 sum = 0;
     for (long col = 0; col < count; ++col)
