@@ -32,7 +32,7 @@ template <class R1, class R2>
 const R2* Lattice<R1, R2>::rowImage(long i)
 {
     const R1* row = B.rowData[i].data;
-    signed char& state = gsImageState.data[i];
+    short& state = gsImageState.data[i];
     if (state == 0) {
         // 1. The integer image, while every entry is an integer below 2^53.
         long long* integers = gsIntImage.data() + (i - 1) * dimN;
@@ -43,7 +43,7 @@ const R2* Lattice<R1, R2>::rowImage(long i)
             const long long entry = integers[col - 1];
             largest |= static_cast<unsigned long long>(entry < 0 ? -entry : entry);
         }
-        gsIntBits.data[i] = static_cast<signed char>(largest == 0 ? 0 : 64 - __builtin_clzll(largest));
+        gsIntBits.data[i] = static_cast<short>(largest == 0 ? 0 : 64 - __builtin_clzll(largest));
         // 2. The R2 image, where it is not the row itself.
         if constexpr (!std::is_same_v<R1, R2>) {
             R2* image = gsImage.rowData[i].data;

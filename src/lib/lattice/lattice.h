@@ -325,8 +325,8 @@ private:
     // from outside lll marks them all stale, since B may have changed behind it.
     Matrix<R2> gsImage;                // rows of B in R2, used only when R1 is not R2
     std::vector<long long> gsIntImage; // the integer images, row i from (i - 1) * dimN
-    Array<signed char> gsImageState;   // dimB words
-    Array<signed char> gsIntBits;      // bit length of the largest entry of an integer image
+    Array<short> gsImageState;         // dimB words
+    Array<short> gsIntBits;            // bit length of the largest entry of an integer image
     Vector<R2> gsScratch;              // r of the recurrence, k - 1 entries
     long reductionDepth = 0;           // above 0 while a routine of the reduction runs
 

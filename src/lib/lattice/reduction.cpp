@@ -146,7 +146,7 @@ bool Lattice<R1, R2>::sizeReducePass(long k, bool careful, R2& maxQuotient)
                 largest |=
                     static_cast<unsigned long long>(integers[col] < 0 ? -integers[col] : integers[col]);
             }
-            gsIntBits.data[k] = static_cast<signed char>(largest == 0 ? 0 : 64 - __builtin_clzll(largest));
+            gsIntBits.data[k] = static_cast<short>(largest == 0 ? 0 : 64 - __builtin_clzll(largest));
             pending = true;
         } else {
             if (pending) storeIntegerRow(k);
