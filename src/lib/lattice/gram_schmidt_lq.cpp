@@ -8,6 +8,7 @@
 #include "arith/precision.h"
 #include "arith/qq.h"
 #include "base/log.h"
+#include "linalg/kernel.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,30 +17,8 @@ namespace latopt {
 
 namespace {
 
-long double squareRoot(const long double& x)
-{
-    return sqrtl(x);
-}
-
-QQ squareRoot(const QQ& x)
-{
-    return sqrt(x);
-}
-
-// A value derived from the inexact factorisation, cut short as lq_full cuts its own: QQ to 18
-// digits of its denominator, in lowest terms, so that the denominators don't compound from row
-// to row (gsNorm[k] is built from the gsNorm and mu of all rows before it); a long double has
-// nothing to cut.
-void shorten(long double& x)
-{
-    (void)x;
-}
-
-void shorten(QQ& x)
-{
-    Precision::truncateDecimal(x);
-    x.kuerzen();
-}
+using kernel::shorten;
+using kernel::squareRoot;
 
 // Whether lq_full can restart at row kk from the reflectors P and the rows of L that an earlier
 // call left: the reflectors of steps 1..min(kk - 1, cols - 1), each a row of cols - i + 2

@@ -2,14 +2,42 @@
 // type, so that a loop is written once for long double and QQ. Each step writes its result into
 // a caller-owned object; the QQ overloads work through the three-operand operations and the
 // caller's scratch values, so that a loop over QQ entries builds no temporary per entry.
-// Internal to linalg: not a header for callers of Vector and Matrix.
+// Internal to the engine's numeric loops (linalg, and the lattice's factorisations): not a header
+// for callers of Vector and Matrix.
 #pragma once
 
+#include "arith/precision.h"
 #include "arith/qq.h"
+
+#include <cmath>
 
 #include <utility>
 
 namespace latopt::kernel {
+
+// Square roots of both types: long double's own, QQ's approximate Newton root.
+inline long double squareRoot(const long double& x)
+{
+    return sqrtl(x);
+}
+inline QQ squareRoot(const QQ& x)
+{
+    return sqrt(x);
+}
+
+// A value of inexact arithmetic (a Householder factorisation and what is derived from it) cut
+// short: QQ is truncated to 18 digits of its denominator and brought back to lowest terms, so that
+// the numbers stay short and denominators don't compound from row to row; a long double has
+// nothing to cut.
+inline void shorten(long double& x)
+{
+    (void)x;
+}
+inline void shorten(QQ& x)
+{
+    Precision::truncateDecimal(x);
+    x.kuerzen();
+}
 
 // Reusable temporaries of one loop.
 template <class T>

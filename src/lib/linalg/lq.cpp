@@ -16,30 +16,8 @@ namespace latopt {
 
 namespace {
 
-// Square roots of both types: long double's own, QQ's approximate Newton root.
-long double squareRoot(const long double& x)
-{
-    return sqrtl(x);
-}
-
-QQ squareRoot(const QQ& x)
-{
-    return sqrt(x);
-}
-
-// A value of the inexact Householder arithmetic cut short: QQ is truncated to 18 digits of its
-// denominator and brought back to lowest terms, so that the numbers stay short and print in
-// normal form; a long double has nothing to cut.
-void shorten(long double& x)
-{
-    Precision::truncateDecimal(x);
-}
-
-void shorten(QQ& x)
-{
-    Precision::truncateDecimal(x);
-    x.kuerzen();
-}
+using kernel::shorten;
+using kernel::squareRoot;
 
 // target[1..n] = source[1..n] - factor * other[1..n]; target may be source.
 template <class U>
