@@ -13,9 +13,9 @@
 
 namespace latopt {
 
+using reduction::convert;
 using reduction::fromInteger;
 using reduction::integerImage;
-using reduction::toGs;
 
 template <class R1, class R2>
 void Lattice<R1, R2>::invalidateRowImages()
@@ -48,7 +48,7 @@ const R2* Lattice<R1, R2>::rowImage(long i)
         if constexpr (!std::is_same_v<R1, R2>) {
             R2* image = gsImage.rowData[i].data;
             for (long col = 1; col <= dimN; ++col)
-                toGs(row[col], image[col]);
+                convert(row[col], image[col]);
         }
         state = integral ? 2 : 1;
     }
@@ -199,7 +199,7 @@ R2 Lattice<R1, R2>::computeGsRow(long k)
         for (long col = 1; col <= dimN; ++col)
             norm += row[col] * row[col];
         rowNorm.data[k] = norm;
-        toGs(norm, c);
+        convert(norm, c);
     }
     for (long j = 1; j < k; ++j)
         c -= muk[j] * r[j];

@@ -21,8 +21,8 @@ namespace latopt {
 
 using reduction::checkCoefficient;
 using reduction::checkEntry;
+using reduction::convert;
 using reduction::integerImage;
-using reduction::quotientToBasis;
 
 namespace {
 
@@ -105,7 +105,7 @@ bool Lattice<R1, R2>::sizeReducePass(long k, bool careful, R2& maxQuotient)
         if (!(Math::abs(muk[j]) > HALF_DEC)) continue;
         checkCoefficient(muk[j]);
         const R2 q = round(muk[j]);
-        quotientToBasis(q, q1);
+        convert(q, q1);
         checkEntry(q1);
         const R1* bj = B.rowData[j].data;
         // Careful: a step that makes the largest entry of the row larger is skipped.

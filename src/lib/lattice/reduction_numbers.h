@@ -20,49 +20,34 @@ namespace latopt::reduction {
 __extension__ typedef __int128 Int128;
 __extension__ typedef unsigned __int128 UInt128;
 
-inline void toGs(const long double& x, long double& y)
+// A value of one number type as the other, for the Gram-Schmidt data of the rows and for the
+// quotients of the size reduction: unchanged within a type; QQ to the nearest long double; a
+// long double integer of any size to its exact QQ through its binary significand, anything else
+// through the 17-digit reading.
+inline void convert(const long double& x, long double& y)
 {
     y = x;
 }
-inline void toGs(const QQ& x, QQ& y)
+inline void convert(const QQ& x, QQ& y)
 {
     y = x;
 }
-inline void toGs(const QQ& x, long double& y)
+inline void convert(const QQ& x, long double& y)
 {
     y = x.toDblRounded();
 }
-// An integer below 2^63 exactly, anything else through the 17-digit reading.
-inline void toGs(const long double& x, QQ& y)
+inline void convert(const long double& x, QQ& y)
 {
-    if (fabsl(x) < 0x1p63L && x == truncl(x))
-        y = QQ(static_cast<long long>(x));
-    else
+    if (!std::isfinite(x) || x != truncl(x)) {
         y = QQ(x);
-}
-
-// An integer quotient q of R2 as R1, exactly (a long double integer of any size becomes its
-// exact QQ through its binary significand).
-inline void quotientToBasis(const long double& q, long double& y)
-{
-    y = q;
-}
-inline void quotientToBasis(const QQ& q, QQ& y)
-{
-    y = q;
-}
-inline void quotientToBasis(const QQ& q, long double& y)
-{
-    y = q.toDblRounded();
-}
-inline void quotientToBasis(const long double& q, QQ& y)
-{
-    if (fabsl(q) < 0x1p63L) {
-        y = QQ(static_cast<long long>(q));
+        return;
+    }
+    if (fabsl(x) < 0x1p63L) {
+        y = QQ(static_cast<long long>(x));
         return;
     }
     int exponent = 0;
-    const long double fraction = frexpl(fabsl(q), &exponent);
+    const long double fraction = frexpl(fabsl(x), &exponent);
     const auto significand = static_cast<unsigned long long>(ldexpl(fraction, 64));
     ZZ high(static_cast<long long>(significand >> 32));
     ZZ low(static_cast<long long>(significand & 0xffffffffULL));
@@ -74,7 +59,7 @@ inline void quotientToBasis(const long double& q, QQ& y)
     ZZ power;
     ZZ::pow(ZZ(2), ZZ(exponent - 64), power);
     ZZ::mul(value, power, value);
-    if (q < 0) value.isPositive = false;
+    if (x < 0) value.isPositive = false;
     y = QQ(value);
 }
 
