@@ -102,8 +102,8 @@ Lattice<R1, R2>::Lattice(const Matrix<R1>* basis)
     : inhomogenousConstant(Constant<R1>::ONE()), scaledInhomogenousConstant(Constant<R1>::ONE()),
       params(*this), TT(std::string(",")), B_save(std::string(",")), B(std::string(",")),
       gsVectors(std::string(",")), mu(std::string(",")), R(Constant<R1>::ZERO()),
-      maxUnscaledLatVecSquaredEuclideanNorm(Constant<R1>::ZERO()), coords(*this), gsLower(std::string(",")),
-      gsLowerFull(std::string(",")), stageValue(Constant<R2>::ZERO())
+      maxUnscaledLatVecSquaredEuclideanNorm(Constant<R1>::ZERO()), containment(*this), coords(*this),
+      gsLower(std::string(",")), gsLowerFull(std::string(",")), stageValue(Constant<R2>::ZERO())
 {
     resetLattice(basis, true);
 }
@@ -126,16 +126,20 @@ void Lattice<R1, R2>::resetLattice(const Matrix<R1>* basis, bool clearFileName)
     setDims(dimB, dimN, false);
     // 5. The file name of the lattice.
     if (clearFileName) latFile.clear();
-    // 6. Results and counters. (bestVector is emptied here, with seconds -1, once it exists.)
+    // 6. Results and counters.
     iterationCount = 0;
+    bestVector.resetAllMembers();
     bestTarget = TargetVector<R1>();
     solutions.setDimension(0, false);
     // 7. The host's variables, in this order.
     vars.set(MMV_SOLUTION_COUNT, "0");
     vars.set(MMV_SOLUTIONS, "0");
     vars.set(MMV_RESET_5, "0");
-    // 8. The embedding's data. (The collection sets are emptied here, with the limit
-    //    collectLimit, once they exist.)
+    // 8. The collection sets, empty, with the limit collectLimit; the embedding's data.
+    goodVectors.clear();
+    goodVectors.limit = params.collectLimit.value;
+    bestVectors.clear();
+    bestVectors.limit = params.collectLimit.value;
     c.makeZero();
     l.makeZero();
     lTrimmed.makeZero();
@@ -158,7 +162,7 @@ void Lattice<R1, R2>::resetLattice(const Matrix<R1>* basis, bool clearFileName)
         zeroEntries(gsFullStages[i]);
     zeroEntries(gsLowerFull);
     // 10. The trimming back to none, then the basis is the untrimmed one. (The containment test
-    //     forgets its state here, once it exists.)
+    //     forgets its frozen basis in setDims.)
     resetTrimming(true, true);
     B = B_save;
     // 11. The two solve caches: their bases are gone.
@@ -186,9 +190,10 @@ void Lattice<R1, R2>::setDims(long rows, long cols, bool keepBest)
     if (rows < 0 || cols < 0) return;
     // 2. No columns given: the present ones.
     if (cols == 0) cols = dimN;
-    // 3. The basis; the solve caches lose their rows; the stack's matrices grow to the rows.
-    //    (The containment test loses its state here, once it exists.)
+    // 3. The basis; the containment test and the solve caches lose their data; the stack's
+    //    matrices grow to the rows.
     B.setDimensions(rows, cols, false);
+    containment.initialized = false;
     B_save.setDimensions(rows, cols, false);
     coords.savedCache.clear();
     coords.currentCache.clear();
@@ -235,14 +240,16 @@ Lattice<R1, R2>& Lattice<R1, R2>::_assign(const Lattice<S1, S2>& other, bool kee
     latFile = other.latFile;
     // 4. The settings, unless this lattice keeps its own.
     if (!keepParams) params._assign(other.params);
-    // 5. Results, stack and basis (bestVector after iterationCount, and containment before the
-    //    caches, once they exist), then the rest in the order of the members.
+    // 5. Results, stack and basis, then the rest in the order of the members.
     iterationCount = other.iterationCount;
+    bestVector._assign(other.bestVector);
     Precision::conv(other.bestTarget, bestTarget, false);
     solutions._assign(other.solutions);
     TT._assign(other.TT);
     B = other.B;
     B_save = other.B_save;
+    rollbackEnabled = other.rollbackEnabled;
+    containment._assign(other.containment);
     coords._assign(other.coords);
     Precision::conv(other.inhomogenousConstant, inhomogenousConstant, faithful);
     Precision::conv(other.scaledInhomogenousConstant, scaledInhomogenousConstant, faithful);
@@ -271,6 +278,8 @@ Lattice<R1, R2>& Lattice<R1, R2>::_assign(const Lattice<S1, S2>& other, bool kee
     rowValues = other.rowValues;
     Precision::conv(other.stageValue, stageValue, false);
     stages._assign(other.stages);
+    goodVectors._assign(other.goodVectors);
+    bestVectors._assign(other.bestVectors);
     trimming._assign(other.trimming);
     return *this;
 }

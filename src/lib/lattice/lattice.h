@@ -17,19 +17,23 @@
 // snapshot (lat_file.cpp) are written whole through a temporary file that replaces the old one,
 // with SIGINT and SIGTERM held back meanwhile (protected_file.h).
 //
-// Members that belong to later stages of the engine join the class with them, in these places
-// of the member order: bestVector (HeuristicVector<R1, R2>, after params), containment
-// (ContainmentVerification<R1, R2>) and coords (CoordsComputation<R1, R2>, with the two solve
-// caches) after checkVectorsState, and goodVectors, bestVectors (SortedSet<HeuristicVector>,
-// limit collectLimit) before trimming, at the end. Their steps in resetLattice, setDims and
-// _assign are marked where they belong.
+// The candidate gate (candidate_check.cpp) judges every vector the reduction or a search offers:
+// it proves the vector a member of the lattice (containment.h), measures it against the bounds,
+// maps it to the program, judges its targets, keeps the best vectors (heuristic.h, deviation.cpp)
+// and writes accepted solutions to the .sol file, each write followed by a checkpoint of the
+// transformation stack (transformation.cpp). Found vectors are carried across changes of the
+// lattice by backups (backup.cpp); restart.cpp regenerates the lattice or ends the run.
 #pragma once
 
 #include "arith/constant.h"
 #include "arith/qq.h"
 #include "base/array.h"
+#include "base/serializable.h"
 #include "base/serializable_array.h"
+#include "base/set.h"
+#include "lattice/containment.h"
 #include "lattice/coords.h"
+#include "lattice/heuristic.h"
 #include "lattice/trimming.h"
 #include "linalg/matrix.h"
 #include "linalg/vector.h"
@@ -81,18 +85,19 @@ public:
 template <class R1, class R2>
 class Lattice : public Vorm<R1> {
 public:
-    R1 inhomogenousConstant;       // last component of untrimmed inhomogenous vectors; 1
-    R1 scaledInhomogenousConstant; // the same under the scale of the last column; 1
-    long iterationCount = 0;       // cleared by every reset
-    long dimB = 0;                 // row count of B
-    long dimN = 0;                 // column count of B
-    std::string latFile;           // the .lat file of the program; empty: not written
-    ExtendedParams<R2> params;     // all settings
-    // bestVector joins here.
+    R1 inhomogenousConstant;                     // last component of untrimmed inhomogenous vectors; 1
+    R1 scaledInhomogenousConstant;               // the same under the scale of the last column; 1
+    long iterationCount = 0;                     // cleared by every reset
+    long dimB = 0;                               // row count of B
+    long dimN = 0;                               // column count of B
+    std::string latFile;                         // the .lat file of the program; empty: not written
+    ExtendedParams<R2> params;                   // all settings
+    HeuristicVector<R1, R2> bestVector;          // the best vector that failed the bounds; empty
     TargetVector<R1> bestTarget;                 // the best target reached so far
     ConversionArray<TargetVector<R1>> solutions; // the found solutions, from index 1
     SerializableArray<Matrix<R1>> TT;            // the transformation stack; one identity
     Matrix<R1> B_save;                           // the untrimmed basis at the last checkpoint
+    bool rollbackEnabled = false;                // a rollback switched consistency on
     Matrix<R1> B;                                // the basis, one lattice vector per row, trimmed
     Matrix<R2> gsVectors;                        // dimB by dimN
     Matrix<R2> mu;                               // dimB by dimB
@@ -115,7 +120,7 @@ public:
     bool offerCandidates = true;
     // Exchange tests made by lll since the lattice was built; only counted, never copied.
     long exchangeTestCount = 0;
-    // containment joins here.
+    ContainmentVerification<R1, R2> containment; // frozen data of B_save for membership proofs
     CoordsComputation<R1, R2> coords;         // the coordinates of a vector in B, with the two solve caches
     Array<short> rowState;                    // one state word per row
     ConversionArray<Matrix<R2>> gsStages;     // work array P of the reduced LQ factorisation
@@ -126,10 +131,22 @@ public:
     Vector<R1> rowValues;                     // one value per row, for the search drivers
     R2 stageValue;                            // a value of the search drivers; kept and copied
     ConversionArray<Stage<R1, R2>> stages;    // dimB + 1 entries: enumeration state of each row
-    // goodVectors and bestVectors join here.
-    Trimming<R1> trimming; // scale factors and translation of the columns of B
+    SortedSet<HeuristicVector<R1, R2>> goodVectors; // homogenous vectors, worst first; collectLimit
+    SortedSet<HeuristicVector<R1, R2>> bestVectors; // inhomogenous vectors, worst first; collectLimit
+    Trimming<R1> trimming;                          // scale factors and translation of the columns of B
 
     static Statistics statistics; // the counters of the run, one object per instantiation
+
+    // The forms in which found vectors survive a change of the lattice (backup.cpp): the vector
+    // cut or padded to dimN; without its first shift entries; its coordinates in B; the program's
+    // x (lat2opt).
+    enum BackupType : short {
+        BACKUP_PADDED = 0,
+        BACKUP_LSHIFT = 1,
+        BACKUP_COORDINATES = 2,
+        BACKUP_PROGRAM = 3
+    };
+    using CollectionSet = SortedSet<HeuristicVector<R1, R2>>;
 
     // All members, an empty lattice for a null basis, then resetLattice(basis, true).
     explicit Lattice(const Matrix<R1>* basis = nullptr);
@@ -226,6 +243,80 @@ public:
     void sortEuklid(long m);
     // Changes the scale factor of column i, then clears the state word of every row.
     void scale(long i, const R1& s);
+
+    // Transformation stack (transformation.cpp). With the parameter consistency every row
+    // operation of the reduction is repeated on the top matrix of TT; a checkpoint replaces B by
+    // the exact product of the stack and B_save, or rolls back to B_save.
+    // The checkpoint: PrecisionException "base matrix overflow", "unimodular error" (with
+    // consistency) or "transformation overflow"; a rollback (B back to B_save, consistency switched
+    // on until the next successful checkpoint) when the transformation can't be rebuilt or isn't
+    // unimodular without consistency. aardal: the stack may hold several matrices and grows
+    // (before its top overflows) instead of being folded into B_save. keepLatFile: no snapshot.
+    void checkFixByTransformation(bool aardal, bool keepLatFile);
+    // The whole stack times M, the first matrix first, each next one on the left; an entry beyond
+    // the trusted range throws PrecisionException("Overflow when applying transformation").
+    Matrix<R1> applyTransformationTo(const Matrix<R1>& M) const;
+    // push: a new identity on top, unless the top is one already (fatal beyond 20 matrices);
+    // otherwise the stack becomes one identity.
+    void resetTransformationStack(bool push);
+
+    // Containment (containment.cpp). True when the untrimmed v is a lattice vector; proved is
+    // then the exact lattice vector proved (v itself, or the lattice vector it is close to). A
+    // precision overflow retries on an exact copy of the lattice.
+    bool containsVector(const Vector<R1>& v, Vector<R1>& proved);
+
+    // Deviations and collection sets (deviation.cpp). Untrimmed coordinates unless trimmed.
+    // (coordinate, deviation) of every coordinate that deviates from its bounds, the largest first.
+    Array<RightOrderPair<long, R1>> computeDeviations(const Vector<R1>& v, bool skipTargetRow,
+                                                      bool trimmed) const;
+    HeuristicDeviation<R1> computeHeuristicDeviation(const Vector<R1>& v, bool trimmed) const;
+    // The target sum of the program's x of v.
+    R1 computeTargetValue(const Vector<R1>& v) const;
+    // Into homogenous or inhomogenous (null: goodVectors, bestVectors) by the type of the
+    // deviation; a vector longer than maxUnscaledLatVecSquaredEuclideanNorm is dropped. The set's
+    // insert answers (false: nothing stored).
+    bool collect(const Vector<R1>& v, CollectionSet* homogenous, CollectionSet* inhomogenous);
+    bool collect(const TimeVector<R1>& v, CollectionSet* homogenous, CollectionSet* inhomogenous);
+    bool collect(const HeuristicVector<R1, R2>& h, CollectionSet* homogenous, CollectionSet* inhomogenous);
+
+    // The candidate gate (candidate_check.cpp). Result bits of checkSolution: 0 empty, outside
+    // the bounds; 1 alone: not in the lattice; otherwise 2 within the bounds, 4 acceptable (target
+    // norm at most the best, or no targets), 8 foundSolution ran, 16 a bound changed, 32 the
+    // number of solutions asked for (parameter sol) is reached.
+    static constexpr long CHECK_NOT_IN_LATTICE = 1;
+    static constexpr long CHECK_IN_BOUNDS = 2;
+    static constexpr long CHECK_ACCEPTABLE = 4;
+    static constexpr long CHECK_FOUND = 8;
+    static constexpr long CHECK_BOUND_CHANGED = 16;
+    static constexpr long CHECK_SOLUTIONS_REACHED = 32;
+    // v a row of B (trimmed) or untrimmed; time the seconds of its discovery (0: now).
+    long checkSolution(const Vector<R1>& v, bool trimmed, long time, bool duringBackup);
+    long checkTarget(const Vector<R1>& v, TargetVector<R1>& t, long time, bool duringBackup);
+    bool checkInhomogenous(const Vector<R1>& v, long time);
+    bool adaptHalfFreeXBounds(const Vector<R1>& x);
+    bool fulfillsSolutionNorms(const TargetVector<R1>& t) const;
+    void foundSolution(const TargetVector<R1>& t, long time);
+    // writeSolFile(false), then checkFixByTransformation(false, false).
+    void persistConsistent();
+
+    // Backups (backup.cpp): the found vectors (bestVector, bestTarget, solutions), the program's
+    // records and the collection sets taken out in a form that survives a change of the lattice,
+    // and put back through the candidate gate (or collect, for the sets).
+    void backupAndResetBestSieveVectors(BackupType type, Array<Star<R1>>& stars,
+                                        Array<TimeVector<R1>>& vectors, CollectionSet& set1,
+                                        CollectionSet& set2, long shift);
+    void restoreBestSieveBackups(Array<Star<R1>>& stars, Array<TimeVector<R1>>& vectors, CollectionSet& set1,
+                                 CollectionSet& set2, BackupType type);
+    void backupCollectionSet(BackupType type, const CollectionSet& from, CollectionSet& into, long shift);
+    void restoreCollectionSet(Matrix<R1>& basis, CollectionSet& from, CollectionSet& into, BackupType type);
+
+    // Restart (restart.cpp). Writes the files, then regenerates the lattice and throws
+    // RestartException("Lattice was regenerated"), or ends the run (terminate, or the iteration
+    // count reached): SIGTERM to the process, or "stopped" in variable 2 for a hosted run.
+    void restartOrTerminate(bool terminate);
+    // A new lattice from the unprepared program (with its tightened bounds), the found vectors
+    // carried over in program variables.
+    void regenerate();
 
     // Preparation of the lattice's own program (embedding.cpp): the slack stage on unprepared
     // (slackStage(applyKnownBounds, verb == 2)), then the program becomes a copy of unprepared and
