@@ -109,25 +109,25 @@ void ContainmentVerification<R1, R2>::babaiCvp(const Vector<R1>& v, Vector<R1>& 
     R2 entry;
     R1 factor;
     // 2. From the last orthogonal row up: the nearest plane of row i is z = round(y) planes
-    //    away, z b_i goes into closest and out of w, and w loses its whole component along b*_i
-    //    (the (z - y) b*_i term), so that it stays in the span of b*_1..b*_{i-1}. A row without
-    //    an orthogonal part (a dependent or surplus row) has no plane to round to.
+    //    away, and z b_i goes into closest and out of w. w keeps its component along b*_i: b*_i
+    //    is orthogonal to the rows still to come, so removing it too (the (z - y) b*_i term of
+    //    the projected form) would change no later coefficient, while the plain update keeps w
+    //    the difference of two integer vectors, whose QQ entries stay short instead of taking on
+    //    the denominators of the orthogonal rows. A row without an orthogonal part (a dependent
+    //    or surplus row) has no plane to round to.
     const long rows = std::min(gsVectors.rowCount, basis.rowCount);
     for (long i = rows; i >= 1; --i) {
         if (gsNorm[i] <= EPSILON) continue;
-        const Vector<R2>& orthogonal = gsVectors[i];
-        y = orthogonal * w;
+        y = gsVectors[i] * w;
         y /= gsNorm[i];
         z = round(y);
-        // A zero step leaves closest as it is; the component along b*_i is orthogonal to every
-        // later row and doesn't matter any more.
         if (z == Constant<R2>::ZERO()) continue;
         reduction::convert(z, factor);
         addMultiple(closest, factor, basis[i]);
         const Vector<R1>& row = basis[i];
         for (long j = 1; j <= w.dimension(); ++j) {
             reduction::convert(row[j], entry);
-            w[j] += (z - y) * orthogonal[j] - z * entry;
+            w[j] -= z * entry;
         }
     }
 }
