@@ -128,30 +128,52 @@ bool CoordsComputation<R1, R2>::compute(const Vector<R1>& v, Vector<R1>& coords,
     Lattice<R1, R2>& L = lattice;
     failureText.clear();
     UntrimmedLatticeVector<R1, R2> untrimmed(v, L);
-    // Over B_save first, then back to the present basis through the top T of the stack, which
-    // says B (untrimmed) = T B_save: coords over B_save are y T for the coordinates y over B.
-    // With rebuild, T is made anew from the rows of B, each solved over B_save.
+    // Over B_save first, then back to the present basis through the stack, which says B
+    // (untrimmed) = P B_save with P = TT[MN] ... TT[1]: coords over B_save are y P for the
+    // coordinates y over B. With rebuild, the top of the stack is made anew from the rows of B,
+    // each solved over the basis the top acts on (B_save for a single matrix).
     auto transformationRoute = [&](bool rebuild) -> bool {
-        if (L.TT.dimension() == 0) return false;
+        const long top = L.TT.dimension();
+        if (top == 0) return false;
+        // A stack whose matrices don't chain from B_save to the present rows has nothing to say
+        // (a top about to be rebuilt gets its shape then).
+        for (long i = 1; i <= (rebuild ? top - 1 : top); ++i)
+            if (L.TT[i].colCount != (i == 1 ? L.B_save.rowCount : L.TT[i - 1].rowCount)) return false;
         // 1. Coordinates over B_save.
         if (!lsolve(coords, v, true, noRound)) return false;
-        Matrix<R1>& T = L.TT[L.TT.dimension()];
+        Matrix<R1>& T = L.TT[top];
+        // The lower matrices of the stack as one, TT[MN - 1] ... TT[1].
+        Matrix<R1> lower;
+        for (long i = 1; i < top; ++i)
+            lower = i == 1 ? L.TT[1] : L.TT[i] * lower;
         // 2. T from the present basis. Every row of B is a lattice vector, so it has coordinates
         //    over B_save unless the two bases have drifted apart: an inconsistency that only the
         //    exact run can settle.
         if (rebuild) {
             const Matrix<R1> basis = L.removeTranslationAndScaling(L.B);
-            T.setDimensions(basis.rowCount, L.B_save.rowCount, true);
-            for (long i = 1; i <= basis.rowCount; ++i)
-                if (!lsolve(T[i], basis[i], true, false))
-                    throw PrecisionException("transformation coord error");
+            if (top == 1) {
+                T.setDimensions(basis.rowCount, L.B_save.rowCount, true);
+                for (long i = 1; i <= basis.rowCount; ++i)
+                    if (!lsolve(T[i], basis[i], true, false))
+                        throw PrecisionException("transformation coord error");
+            } else {
+                ComputeCoordsSolveCache<R1> base;
+                base.A = (lower * L.B_save).transpose();
+                T.setDimensions(basis.rowCount, lower.rowCount, true);
+                for (long i = 1; i <= basis.rowCount; ++i) {
+                    const bool solved = base.solve(T[i], basis[i]);
+                    T[i].makeInteger();
+                    if (!solved || !(base.A * T[i] == basis[i]))
+                        throw PrecisionException("transformation coord error");
+                }
+            }
         }
-        // A stack that doesn't fit the present shapes has nothing to say.
-        if (T.rowCount != L.dimB || T.colCount != coords.dimension()) return false;
-        // 3. T^T y = coords.
+        const Matrix<R1> P = top == 1 ? T : T * lower;
+        if (P.rowCount != L.dimB || P.colCount != coords.dimension()) return false;
+        // 3. P^T y = coords.
         Matrix<R1> transformation;
         Vector<R1> y;
-        if (!T.transpose().solve(transformation, y, coords)) return false;
+        if (!P.transpose().solve(transformation, y, coords)) return false;
         // 4. The coordinates over B.
         coords = y;
         if (!noRound) coords.makeInteger();
