@@ -186,7 +186,8 @@ TEST(TransformationStack, AardalCheckpointPushesOnlyAnOverflowingTop)
 }
 
 // applyTransformationTo applies the first matrix first, each next one on the left; a push onto
-// an identity adds none; the messages of values beyond the trusted range of a long double.
+// an identity adds none; an empty basis passes; the messages of values beyond the trusted range of a long
+// double.
 TEST(TransformationStack, ApplyMultipliesEachNextMatrixOnTheLeft)
 {
     const Matrix<QQ> basis("[ [ 1 0 ] [ 0 1 ] ]"), first("[ [ 1 1 ] [ 0 1 ] ]"),
@@ -199,6 +200,9 @@ TEST(TransformationStack, ApplyMultipliesEachNextMatrixOnTheLeft)
     lattice.TT[2] = second;
     const Matrix<QQ> M("[ [ 3 -1 ] [ 4 5 ] ]");
     EXPECT_TRUE(same(lattice.applyTransformationTo(M), second * (first * M)));
+    Lattice<QQ, QQ> empty; // nothing to check, nothing to roll back
+    empty.params.consistency = true;
+    EXPECT_NO_THROW(empty.checkFixByTransformation(false, true));
     EXPECT_FALSE(second * (first * M) == first * (second * M));
     lattice.resetTransformationStack(false);
     EXPECT_EQ(lattice.TT.dimension(), 1);

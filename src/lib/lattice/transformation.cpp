@@ -223,9 +223,10 @@ void Lattice<R1, R2>::checkFixByTransformation(bool aardal, bool keepLatFile)
         }
     }
     // 6. The top must be unimodular. A maintained one that isn't means the arithmetic failed, which
-    //    only the exact run can repair; a rebuilt one is given up.
+    //    only the exact run can repair; a rebuilt one is given up. (The empty matrix of a basis
+    //    without rows has determinant one.)
     R1 determinant;
-    if (T.rowCount != T.colCount || !T.unimodularCheck(determinant)) {
+    if (T.rowCount != T.colCount || (T.rowCount > 0 && !T.unimodularCheck(determinant))) {
         if (params.consistency.value) throw PrecisionException("unimodular error");
         return rollback();
     }
