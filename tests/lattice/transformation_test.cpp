@@ -186,8 +186,8 @@ TEST(TransformationStack, AardalCheckpointPushesOnlyAnOverflowingTop)
 }
 
 // applyTransformationTo applies the first matrix first, each next one on the left; a push onto
-// an identity adds none; an empty basis passes; the messages of values beyond the trusted range of a long
-// double.
+// an identity adds none; an empty basis passes; the messages of values beyond the trusted
+// range of a long double.
 TEST(TransformationStack, ApplyMultipliesEachNextMatrixOnTheLeft)
 {
     const Matrix<QQ> basis("[ [ 1 0 ] [ 0 1 ] ]"), first("[ [ 1 1 ] [ 0 1 ] ]"),
