@@ -222,8 +222,11 @@ public:
     // also false when value is worse than all elements of a full set.
     bool insert(const T& value) override
     {
-        // 1. The first element needs no place to be found.
+        // 1. The first element needs no place to be found. A full set whose worst element is
+        //    better than value would drop value at once: no search for duplicates or a place.
         if (this->first == nullptr) return Set<T>::insert(value);
+        if (this->limit != 0 && this->size >= this->limit && static_cast<const T&>(*this->first) < value)
+            return false;
         // 2. Duplicates are refused before a node is made.
         if (this->contains(value)) return false;
         auto* element = new Element<T>(value);

@@ -91,6 +91,7 @@ void ContainmentVerification<R1, R2>::initialize()
     // 6. The coordinates are one per basis row, so that every pivot column is reached also when
     //    there are more rows than columns.
     coords.setDimension(basis.rowCount);
+    triangular.build(basis);
     initialized = true;
 }
 
@@ -137,6 +138,9 @@ bool ContainmentVerification<R1, R2>::verify(const Vector<R1>& v, Vector<R1>& pr
 {
     // 1. The frozen data, at the first use after a change of dimensions.
     if (!initialized) initialize();
+    // A basis that is triangular up to order has one set of coordinates for v, read off its
+    // pivots: no orthogonal data needed. The routes below decide whatever this one refuses.
+    if (triangular.prove(v, proved)) return true;
     // 2. The common case: the nearest lattice vector is v. The comparison is tolerant, proved is
     //    the exact combination.
     babaiCvp(v, proved);
@@ -195,6 +199,8 @@ ContainmentVerification<R1, R2>::_assign(const ContainmentVerification<S1, S2>& 
     gsVectors = other.gsVectors;
     gsNorm = other.gsNorm;
     coords = other.coords;
+    triangular.clear();
+    if (initialized) triangular.build(basis);
     return *this;
 }
 

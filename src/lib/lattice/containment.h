@@ -10,6 +10,7 @@
 #pragma once
 
 #include "base/array.h"
+#include "lattice/triangular_coords.h"
 #include "linalg/matrix.h"
 #include "linalg/vector.h"
 
@@ -31,6 +32,9 @@ public:
     Matrix<R2> gsVectors;      // Gram-Schmidt rows of basis
     Vector<R2> gsNorm;         // their squared lengths
     Vector<R1> coords;         // scratch, the row count of transposed
+    // The basis's coordinates when it is triangular up to order, as the lattices of programs are:
+    // the first route, in time of the nonzero entries. A copy builds its own from basis.
+    TriangularCoordinates<R1> triangular;
 
     explicit ContainmentVerification(Lattice<R1, R2>& owner) : lattice(owner) {}
     ContainmentVerification(const ContainmentVerification&) = delete;
