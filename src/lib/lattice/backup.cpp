@@ -105,15 +105,12 @@ void Lattice<R1, R2>::backupAndResetBestSieveVectors(BackupType type, Array<Star
     for (long i = 1; i <= this->stars.dimension(); ++i)
         stars.pushBack(this->stars[i]);
     this->stars.setDimension(0, false);
-    // 2. The found vectors in their surviving form, each with its time. bestTarget goes last: it
-    //    is usually one of the solutions too, and the gate answers a vector equal to bestTarget
-    //    with "nothing new", so restored before them it would keep its twin out of solutions.
-    //    Restored after them it is met again as the best of them (or, if it is no solution,
-    //    judged on its own).
-    std::vector<const TimeVector<R1>*> walk{&bestVector};
+    // 2. The found vectors in their surviving form, each with its time: bestVector, bestTarget,
+    //    then the solutions. (bestTarget, restored first, is accepted again as a solution where
+    //    it was one; its twin in the list then meets it as nothing new.)
+    std::vector<const TimeVector<R1>*> walk{&bestVector, &bestTarget};
     for (long i = 1; i <= solutions.dimension(); ++i)
         walk.push_back(&solutions[i]);
-    walk.push_back(&bestTarget);
     for (const TimeVector<R1>* pointer : walk) {
         const TimeVector<R1>& found = *pointer;
         if (found.dimension() == 0) continue;
