@@ -120,6 +120,11 @@ public:
     bool offerCandidates = true;
     // Exchange tests made by lll since the lattice was built; only counted, never copied.
     long exchangeTestCount = 0;
+    // Counts of the candidate gate since the lattice was built; only counted, never copied: rows
+    // the reduction offered, vectors the gate stored in a collection set, solutions it accepted.
+    long offeredCount = 0;
+    long collectedCount = 0;
+    long acceptedCount = 0;
     ContainmentVerification<R1, R2> containment; // frozen data of B_save for membership proofs
     CoordsComputation<R1, R2> coords;         // the coordinates of a vector in B, with the two solve caches
     Array<short> rowState;                    // one state word per row
@@ -462,8 +467,15 @@ private:
     // sizeReduce without its recursion: 0 when the reduction can't go on, else the row to go on
     // at (k, or the row a dependent row was moved to).
     long sizeReduceStep(long k, long n, bool& careful);
-    // Offers row k to the candidate gate while offerCandidates is set.
+    // Offers row k to the candidate gate while offerCandidates is set. A checkpoint of the gate
+    // that replaced B leaves the rows before k recomputed, as the reduction stands on them.
     void offerRow(long k);
+    // The untrimmed lattice vector u within the bounds the gate tests (the target sum's column
+    // excepted once the target sum has bounds).
+    bool withinBounds(const Vector<R1>& u) const;
+    // The gate's judgement of a proved vector within the bounds: targets or half-free bounds, the
+    // solution, the write, the restart.
+    long judgeInBounds(const Vector<R1>& u, long time, bool duringBackup);
 };
 
 } // namespace latopt

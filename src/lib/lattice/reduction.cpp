@@ -71,8 +71,16 @@ void subtractMultiple(long double* target, const long double* source, long count
 template <class R1, class R2>
 void Lattice<R1, R2>::offerRow(long k)
 {
-    // The candidate gate joins later; until then an offered row goes nowhere.
-    (void)k;
+    if (!offerCandidates) return;
+    // A checkpoint that replaced B clears every state word, the first row's included; then the
+    // row images are stale and the rows before k, on which the reduction stands, are recomputed.
+    const bool firstRowCurrent = (rowState[1] & GS_CURRENT) != 0;
+    ++offeredCount;
+    checkSolution(B[k], true, 0, false);
+    if (firstRowCurrent && (rowState[1] & GS_CURRENT) != 0) return;
+    invalidateRowImages();
+    for (long i = 1; i < k; ++i)
+        if (!compute_gs_classic(i, i)) break;
 }
 
 template <class R1, class R2>

@@ -84,11 +84,8 @@ void Lattice<R1, R2>::writeSolFile(bool keepStars)
 {
     // 1. Only while solutions are to be persisted.
     if (!this->pendingSolutionWrite) return;
-    // 2. The found vectors would be brought into stars here (sol2star, with the vector
-    //    mappings). Only the candidate check fills solutions, and it isn't part of the engine
-    //    yet: a filled list can't be persisted, which must not pass unnoticed.
-    if (!keepStars && solutions.dimension() > 0)
-        fatal("writeSolFile: found vectors can't be brought into the solution records yet");
+    // 2. The found vectors join the records.
+    if (!keepStars) sol2star();
     // 3. Without a name nothing can be written.
     if (this->solFile.empty()) {
         warning("solFile is not set - solution write not possible");

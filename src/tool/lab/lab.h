@@ -90,5 +90,6 @@ std::vector<LabCommand> lqCommands(); // lab_lq.cpp: elim, lqr, lqf
 // lab_program.cpp: prep. Its option "P.opt", a word without "--", is the file named on the command
 // line, kept as options["file"].
 std::vector<LabCommand> programCommands();
+std::vector<LabCommand> searchCommands(); // lab_search.cpp: reduce
 
 } // namespace latopt::lab

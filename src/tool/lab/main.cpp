@@ -20,6 +20,8 @@ std::vector<LabCommand> commandTable()
         table.push_back(row);
     for (const LabCommand& row : programCommands())
         table.push_back(row);
+    for (const LabCommand& row : searchCommands())
+        table.push_back(row);
     return table;
 }
 
