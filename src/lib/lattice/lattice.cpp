@@ -217,9 +217,16 @@ void Lattice<R1, R2>::setDims(long rows, long cols, bool keepBest)
     dimB = rows;
     if (cols > 0) dimN = cols;
     // 6. Without keepBest the found vectors are cut or padded to the new size and checked again
-    //    (the best-vector backups). That joins with the backups; until then there are no found
-    //    vectors to carry, since only the candidate check makes them.
-    (void)keepBest;
+    //    by the candidate gate. On an empty lattice there is nothing to carry and nothing is
+    //    checked.
+    if (!keepBest) {
+        Array<Star<R1>> stars;
+        Array<TimeVector<R1>> vectors;
+        CollectionSet homogenous;
+        CollectionSet inhomogenous;
+        backupAndResetBestSieveVectors(BACKUP_PADDED, stars, vectors, homogenous, inhomogenous, 0);
+        restoreBestSieveBackups(stars, vectors, homogenous, inhomogenous, BACKUP_PADDED);
+    }
 }
 
 template <class R1, class R2>
