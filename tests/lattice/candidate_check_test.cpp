@@ -91,7 +91,7 @@ TYPED_TEST(CandidateCheck, AcceptsExactlyTheFeasiblePoints)
             const long bits = lattice->checkSolution(round % 2 == 0 ? v : -v, true, 0, false);
             feasibleCount += program.feasible(x) ? 1 : 0;
             EXPECT_EQ(program.feasible(x), (bits & L::CHECK_IN_BOUNDS) != 0);
-            if (program.feasible(x)) EXPECT_NE(bits & L::CHECK_FOUND, 0);
+            EXPECT_EQ(program.feasible(x), (bits & L::CHECK_FOUND) != 0);
         }
         EXPECT_EQ(lattice->solutions.dimension(), feasibleCount);
         std::vector<long> x(program.width.size(), 0);
