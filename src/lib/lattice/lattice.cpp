@@ -122,8 +122,10 @@ void Lattice<R1, R2>::resetLattice(const Matrix<R1>* basis, bool clearFileName)
     // 3. The transformation stack: one identity.
     TT.setDimension(1, false);
     makeIdentity(TT[1], dimB);
-    // 4. Everything that follows the rows and columns.
-    setDims(dimB, dimN, false);
+    // 4. Everything that follows the rows and columns. The found vectors aren't carried: the
+    //    reset drops them below, and carrying them would send each through the candidate gate of
+    //    a lattice that is half reset.
+    setDims(dimB, dimN, true);
     // 5. The file name of the lattice.
     if (clearFileName) latFile.clear();
     // 6. Results and counters.
