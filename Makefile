@@ -4,6 +4,7 @@
 #   make bench-tool  times whole runs of the tool on large generated solution files (Release)
 #   make bench-read  times the tool on programs with many numbers and with very long number tokens
 #   make bench-lll   times latopt-reduce against fplll's LLL on generated lattices (Release)
+#   make bench-gate  times latopt-lab reduce with and without offers to the candidate gate (Release)
 #   make fuzz  builds the libFuzzer targets (clang) and runs each for FUZZ_SECONDS (600)
 BUILD      ?= build
 BUILD_TYPE ?= Release
@@ -13,7 +14,7 @@ WERROR     := $(if $(CI),ON,OFF)
 CMAKE_ARGS := -G $(GENERATOR) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DLATOPT_WERROR=$(WERROR)
 JOBS       ?= 2
 
-.PHONY: run test bench bench-tool bench-read bench-lll fuzz deps configure build clean format
+.PHONY: run test bench bench-tool bench-read bench-lll bench-gate fuzz deps configure build clean format
 
 run: build
 	@mkdir -p $(BUILD)/run
@@ -45,6 +46,11 @@ bench-lll:
 	cmake -S . -B $(BUILD)-bench $(CMAKE_ARGS) -DCMAKE_BUILD_TYPE=Release -DLATOPT_TESTS=OFF
 	cmake --build $(BUILD)-bench -j $(JOBS) --target latopt_reduce
 	bench/lll_vs_fplll.sh $(BUILD)-bench/bin/latopt-reduce
+
+bench-gate: deps
+	cmake -S . -B $(BUILD)-bench $(CMAKE_ARGS) -DCMAKE_BUILD_TYPE=Release -DLATOPT_TESTS=OFF
+	cmake --build $(BUILD)-bench -j $(JOBS) --target latopt_lab
+	bench/gate_overhead.sh $(BUILD)-bench/bin/latopt-lab
 
 # Each fuzz target for FUZZ_SECONDS from the committed corpus; FUZZ=name runs one of them.
 FUZZ_SECONDS ?= 600

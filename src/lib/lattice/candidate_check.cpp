@@ -41,11 +41,18 @@ long Lattice<R1, R2>::checkSolution(const Vector<R1>& v, bool trimmed, long time
     Vector<R1> proved;
     if (!containsVector(u, proved)) return CHECK_NOT_IN_LATTICE;
     u = std::move(proved);
-    // 6. Material for the recombining searches.
-    if ((params.pair.value || params.sieve.value) && collect(u, nullptr, nullptr)) ++collectedCount;
+    // 6. Material for the recombining searches. Its deviation serves step 7 as well.
+    HeuristicDeviation<R1> deviation;
+    const bool collecting = params.pair.value || params.sieve.value;
+    if (collecting) {
+        deviation = computeHeuristicDeviation(u, false);
+        if (collect(HeuristicVector<R1, R2>(TimeVector<R1>(u, statistics.elapsedSeconds()), deviation),
+                    nullptr, nullptr))
+            ++collectedCount;
+    }
     // 7. The bounds; a vector outside them may still be the nearest to feasibility.
     if (!withinBounds(u)) {
-        checkInhomogenous(u, time);
+        checkInhomogenous(u, time, collecting ? &deviation : nullptr);
         return 0;
     }
     // In the phase before the full embedding the vector is only recorded: moving bounds or
@@ -229,13 +236,19 @@ void Lattice<R1, R2>::foundSolution(const TargetVector<R1>& t, long time)
 template <class R1, class R2>
 bool Lattice<R1, R2>::checkInhomogenous(const Vector<R1>& v, long time)
 {
+    return checkInhomogenous(v, time, nullptr);
+}
+
+template <class R1, class R2>
+bool Lattice<R1, R2>::checkInhomogenous(const Vector<R1>& v, long time, const HeuristicDeviation<R1>* known)
+{
     // 1. Nothing new.
     if (bestVector.dimension() > 0 && static_cast<const Vector<R1>&>(bestVector) == v) return true;
     // 2. Only a vector with the constant's marker (in size) is of the inhomogenous kind.
     const R1 marker = v[dimN] < Constant<R1>::ZERO() ? -v[dimN] : v[dimN];
     if (!(Constant<R1>::EPSILON() < marker) || r[dimN] < marker || marker < l[dimN]) return false;
     // 3.-6. The nearest to feasibility is kept; a tie replaces the vector only.
-    const HeuristicDeviation<R1> deviation = computeHeuristicDeviation(v, false);
+    const HeuristicDeviation<R1> deviation = known != nullptr ? *known : computeHeuristicDeviation(v, false);
     if (bestVector.dimension() == 0 || deviation < bestVector.deviation) {
         if (bestVector.dimension() == 0 && !statistics.restoring) ++statistics.c;
         setTimed(bestVector, v, time != 0 ? time : statistics.elapsedSeconds());
@@ -266,6 +279,8 @@ void Lattice<R1, R2>::persistConsistent()
     template bool Lattice<R1, R2>::fulfillsSolutionNorms(const TargetVector<R1>&) const;                     \
     template void Lattice<R1, R2>::foundSolution(const TargetVector<R1>&, long);                             \
     template bool Lattice<R1, R2>::checkInhomogenous(const Vector<R1>&, long);                               \
+    template bool Lattice<R1, R2>::checkInhomogenous(const Vector<R1>&, long,                                \
+                                                     const HeuristicDeviation<R1>*);                         \
     template void Lattice<R1, R2>::persistConsistent();
 LATOPT_CANDIDATE_CHECK(long double, long double)
 LATOPT_CANDIDATE_CHECK(long double, QQ)

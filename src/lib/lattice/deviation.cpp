@@ -12,13 +12,44 @@ namespace latopt {
 
 namespace {
 
-// The common step of every coordinate: a deviation is positive, and one that is zero within the
-// tolerance is none.
-template <class R1>
-void appendDeviation(Array<RightOrderPair<long, R1>>& pairs, long coordinate, const R1& deviation)
+// Walks the coordinates of the untrimmed u that deviate from the bounds of the lattice, calling
+// visit(coordinate, deviation) with each positive deviation (one that is zero within the
+// tolerance is none): the marker first, then the variable columns, then the columns in front of
+// them from the last down. A side on which a variable is free has no bound to miss (and its
+// infinite bound must not meet an infinite component); the degree is that of the prepared
+// variable, as the embedding reads it. The target column (only without the equation columns of
+// the kernel stage) holds the target sum scaled around the middle of its bounds; its deviation is
+// that of the program's target sum from those bounds, ltu and rtu of unprepared, in the units of
+// the program. skipTargetRow leaves it out.
+template <class R1, class R2, class Visit>
+void forEachDeviation(const Lattice<R1, R2>& lattice, const Vector<R1>& u, bool skipTargetRow, Visit visit)
 {
-    const R1 d = std::max(deviation, Constant<R1>::ZERO());
-    if (!Precision::equalsZero(d, true)) pairs.pushBack(RightOrderPair<long, R1>(coordinate, d));
+    const Vector<R1>& l = lattice.l;
+    const Vector<R1>& r = lattice.r;
+    const long dimN = lattice.dimN;
+    auto step = [&visit](long coordinate, const R1& deviation) {
+        if (Constant<R1>::ZERO() < deviation && !Precision::equalsZero(deviation, true))
+            visit(coordinate, deviation);
+    };
+    step(dimN, std::max(l[dimN] - u[dimN], u[dimN] - r[dimN]));
+    const long n = lattice.rx.dimension();
+    for (long i = 1; i <= n; ++i) {
+        const long c = dimN - n + i - 1;
+        const FreedomDegree degree = Vorm<R1>::evaluateFreedomDegree(lattice.lx[i], lattice.rx[i]);
+        const R1 left = degree == LEFT_FREE || degree == FREE ? Constant<R1>::ZERO() : l[c] - u[c];
+        const R1 right = degree == RIGHT_FREE || degree == FREE ? Constant<R1>::ZERO() : u[c] - r[c];
+        step(c, std::max(left, right));
+    }
+    const bool targetColumn = lattice.unprepared.tu == 1 && lattice.checkVectorsState != 1;
+    for (long c = dimN - n - 1; c >= 1; --c) {
+        if (c == 1 && targetColumn) {
+            if (skipTargetRow) continue;
+            const R1 value = lattice.computeTargetValue(u);
+            step(c, std::max(lattice.unprepared.ltu - value, value - lattice.unprepared.rtu));
+            continue;
+        }
+        step(c, std::max(l[c] - u[c], u[c] - r[c]));
+    }
 }
 
 } // namespace
@@ -28,36 +59,12 @@ Array<RightOrderPair<long, R1>> Lattice<R1, R2>::computeDeviations(const Vector<
                                                                    bool trimmed) const
 {
     Array<RightOrderPair<long, R1>> pairs;
-    // 1. The untrimmed vector.
-    const Vector<R1> u = trimmed ? handleScalingAndTranslation(v, false) : v;
-    // 2. The marker first.
-    appendDeviation(pairs, dimN, std::max(l[dimN] - u[dimN], u[dimN] - r[dimN]));
-    // 3. The variable columns. A side on which the variable is free has no bound to miss (and
-    //    its infinite bound must not meet an infinite component). The degree is that of the
-    //    prepared variable, as the embedding reads it.
-    const long n = this->rx.dimension();
-    for (long i = 1; i <= n; ++i) {
-        const long c = dimN - n + i - 1;
-        const FreedomDegree degree = Vorm<R1>::evaluateFreedomDegree(this->lx[i], this->rx[i]);
-        const R1 left = degree == LEFT_FREE || degree == FREE ? Constant<R1>::ZERO() : l[c] - u[c];
-        const R1 right = degree == RIGHT_FREE || degree == FREE ? Constant<R1>::ZERO() : u[c] - r[c];
-        appendDeviation(pairs, c, std::max(left, right));
-    }
-    // 4. The columns in front of them, from the last down. The target column (only without the
-    //    equation columns of the kernel stage) holds the target sum scaled around the middle of
-    //    its bounds; its deviation is that of the program's target sum from those bounds, ltu
-    //    and rtu of unprepared, in the units of the program. skipTargetRow leaves it out.
-    const bool hasTargetBounds = unprepared.tu == 1;
-    const bool targetColumn = hasTargetBounds && checkVectorsState != 1;
-    for (long c = dimN - n - 1; c >= 1; --c) {
-        if (c == 1 && targetColumn) {
-            if (skipTargetRow) continue;
-            const R1 value = computeTargetValue(u);
-            appendDeviation(pairs, c, std::max(unprepared.ltu - value, value - unprepared.rtu));
-            continue;
-        }
-        appendDeviation(pairs, c, std::max(l[c] - u[c], u[c] - r[c]));
-    }
+    // 1.-4. The deviations of the untrimmed vector.
+    Vector<R1> untrimmed;
+    if (trimmed) untrimmed = handleScalingAndTranslation(v, false);
+    const Vector<R1>& u = trimmed ? untrimmed : v;
+    forEachDeviation(*this, u, skipTargetRow,
+                     [&pairs](long c, const R1& d) { pairs.pushBack(RightOrderPair<long, R1>(c, d)); });
     // 5. The largest first: ascending by the deviation, then turned round.
     pairs.heapSort();
     for (long i = 1, j = pairs.dimension(); i < j; ++i, --j)
@@ -71,17 +78,26 @@ HeuristicDeviation<R1> Lattice<R1, R2>::computeHeuristicDeviation(const Vector<R
     // 1. The worst values to start from.
     HeuristicDeviation<R1> deviation(DEVIATION_UNINITIALIZED, true);
     // 2. The untrimmed vector.
-    const Vector<R1> u = trimmed ? handleScalingAndTranslation(v, false) : v;
+    Vector<R1> untrimmed;
+    if (trimmed) untrimmed = handleScalingAndTranslation(v, false);
+    const Vector<R1>& u = trimmed ? untrimmed : v;
     // 3. A zero marker makes a homogenous vector.
     deviation.type = Precision::equalsZero(u[dimN], true) ? DEVIATION_HOMOGENOUS : DEVIATION_INHOMOGENOUS;
-    // 4.-5. The deviations without the target column: count, sum and the largest.
-    const Array<RightOrderPair<long, R1>> pairs = computeDeviations(u, true, false);
-    deviation.deviationCount = pairs.dimension();
+    // 4.-5. The deviations without the target column: count, sum and the largest (the first of
+    //    equal largest ones in the walk). Summed in the walk's order, not sorted: this runs for
+    //    every offered vector, and the tolerant order of deviations doesn't see the difference.
+    deviation.deviationCount = 0;
     deviation.sumDeviation = Constant<R1>::ZERO();
-    for (long i = 1; i <= pairs.dimension(); ++i)
-        deviation.sumDeviation += pairs[i].right;
-    deviation.maxDeviation = pairs.dimension() > 0 ? pairs[1].right : Constant<R1>::ZERO();
-    deviation.maxDeviationIndex = pairs.dimension() > 0 ? pairs[1].left : 0;
+    deviation.maxDeviation = Constant<R1>::ZERO();
+    deviation.maxDeviationIndex = 0;
+    forEachDeviation(*this, u, true, [&deviation](long c, const R1& d) {
+        ++deviation.deviationCount;
+        deviation.sumDeviation += d;
+        if (deviation.maxDeviation < d) {
+            deviation.maxDeviation = d;
+            deviation.maxDeviationIndex = c;
+        }
+    });
     // 6. Feasibility needs target bounds. Only a vector without deviations pays for the map to the
     //    program and its target norm.
     if (unprepared.tu == 1) {

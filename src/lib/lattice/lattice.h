@@ -476,6 +476,8 @@ private:
     // The gate's judgement of a proved vector within the bounds: targets or half-free bounds, the
     // solution, the write, the restart.
     long judgeInBounds(const Vector<R1>& u, long time, bool duringBackup);
+    // checkInhomogenous with the deviation of v when it is known already (null: computed).
+    bool checkInhomogenous(const Vector<R1>& v, long time, const HeuristicDeviation<R1>* known);
 };
 
 } // namespace latopt

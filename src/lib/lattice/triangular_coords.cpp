@@ -10,8 +10,12 @@
 namespace latopt {
 namespace {
 
+// Halves away from zero; within the range of long long without a library call, which counts here,
+// as every offered vector is proved so.
 long double nearestInteger(const long double& x)
 {
+    if (fabsl(x) < 4.0e18L)
+        return static_cast<long double>(static_cast<long long>(x + (x < 0 ? -0.5L : 0.5L)));
     return roundl(x);
 }
 QQ nearestInteger(const QQ& x)
@@ -23,7 +27,8 @@ QQ nearestInteger(const QQ& x)
 // exact at any size.
 bool exactRange(const long double& x)
 {
-    return fabsl(x) <= Const::DOUBLE_FATAL_OVERFLOW();
+    static const long double LIMIT = Const::DOUBLE_FATAL_OVERFLOW();
+    return fabsl(x) <= LIMIT;
 }
 bool exactRange(const QQ& x)
 {
@@ -114,7 +119,8 @@ bool TriangularCoordinates<R>::prove(const Vector<R>& v, Vector<R>& proved) cons
 {
     if (!available() || v.dimension() != columns) return false;
     // 1. The coordinates, pivot by pivot, each rounded to the integer it must be.
-    std::vector<R> coordinate(rowEntries.size(), Constant<R>::ZERO());
+    std::vector<R>& coordinate = scratch;
+    coordinate.assign(rowEntries.size(), Constant<R>::ZERO());
     R residual;
     for (size_t k = 0; k < order.size(); ++k) {
         const std::vector<Entry>& list = earlierRows[k];

@@ -42,6 +42,7 @@ private:
     std::vector<long> pivot;                     // the pivot column of each row of order
     std::vector<std::vector<Entry>> earlierRows; // per pivot: the nonzeros of its column in earlier rows
     std::vector<std::vector<Entry>> rowEntries;  // per row (from index 1): its nonzero entries
+    mutable std::vector<R> scratch;              // the coordinates of the last prove
 };
 
 } // namespace latopt
