@@ -8,7 +8,8 @@
 #
 # The programs: n variables in [0, w], k inequations a x within 3 of the value at a random point
 # of the box, coefficients uniform in [1, C], no targets, from a fixed seed. Whole processes, the
-# best of REPEAT runs; each run starts without a .sol file. The goal is a ratio of at most 2.
+# least CPU time (user + system, less sensitive to the load of a shared machine than wall time)
+# of REPEAT runs; each run starts without a .sol file. The goal is a ratio of at most 2.
 # Needs python3. Environment: REPEAT (default 3), SEED (default 20261123).
 set -euo pipefail
 
@@ -39,20 +40,27 @@ with open(path, "w") as f:
 PY
 }
 
-best_time() { # file offers -> seconds of the best run; the counts of the last run in $work/out
-    local best=""
-    for _ in $(seq "$repeat"); do
-        rm -f "${1%.opt}.sol" "${1%.opt}.lat"
-        local start end
-        start=$(date +%s.%N)
-        "$lab" reduce "$1" --ld --sol=0 --offers="$2" >"$work/out"
-        end=$(date +%s.%N)
-        best=$(python3 -c "print(min(x for x in [$end - $start, ${best:-1e9}]))")
-    done
-    echo "$best"
+best_time() { # file offers -> the least CPU seconds (user + system) of REPEAT runs; the counts of
+               # the last run in $work/out
+    python3 - "$lab" "$1" "$2" "$repeat" "$work/out" <<'PY'
+import os, resource, subprocess, sys
+lab, program, offers, repeat, out = sys.argv[1], sys.argv[2], sys.argv[3], int(sys.argv[4]), sys.argv[5]
+best = None
+for _ in range(repeat):
+    for suffix in (".sol", ".lat"):
+        if os.path.exists(program[:-4] + suffix):
+            os.remove(program[:-4] + suffix)
+    before = resource.getrusage(resource.RUSAGE_CHILDREN)
+    with open(out, "w") as f:
+        subprocess.run([lab, "reduce", program, "--ld", "--sol=0", "--offers=" + offers], stdout=f, check=True)
+    after = resource.getrusage(resource.RUSAGE_CHILDREN)
+    cpu = after.ru_utime - before.ru_utime + after.ru_stime - before.ru_stime
+    best = cpu if best is None else min(best, cpu)
+print(best)
+PY
 }
 
-printf "%-14s %8s %8s %9s %9s %6s\n" program offered accepted "off (s)" "on (s)" ratio
+printf "%-14s %8s %8s %9s %9s %6s\n" program offered accepted "off (cpu)" "on (cpu)" ratio
 for spec in "${programs[@]}"; do
     read -r name n w k c <<<"$spec"
     file="$work/$name.opt"

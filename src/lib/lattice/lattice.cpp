@@ -192,10 +192,12 @@ void Lattice<R1, R2>::setDims(long rows, long cols, bool keepBest)
     if (rows < 0 || cols < 0) return;
     // 2. No columns given: the present ones.
     if (cols == 0) cols = dimN;
-    // 3. The basis; the containment test and the solve caches lose their data; the stack's
-    //    matrices grow to the rows.
+    // 3. The basis; the containment test, the recent offers (judged by the old bounds) and the
+    //    solve caches lose their data; the stack's matrices grow to the rows.
     B.setDimensions(rows, cols, false);
     containment.initialized = false;
+    for (Vector<R1>& recent : recentOffers)
+        recent.setDimension(0);
     B_save.setDimensions(rows, cols, false);
     coords.savedCache.clear();
     coords.currentCache.clear();

@@ -43,6 +43,7 @@
 #include "program/star.h"
 #include "program/vorm.h"
 
+#include <array>
 #include <istream>
 #include <string>
 #include <vector>
@@ -425,6 +426,10 @@ private:
     Array<short> gsIntBits;            // bit length of the largest entry of an integer image
     Vector<R2> gsScratch;              // r of the recurrence, k - 1 entries
     long reductionDepth = 0;           // above 0 while a routine of the reduction runs
+    // The last rows offered to the candidate gate, untrimmed; emptied by setDims, which every new
+    // embedding (with new bounds to judge them by) and every reset runs.
+    std::array<Vector<R1>, 8> recentOffers;
+    size_t recentOfferNext = 0;
 
     // Held by every public routine that reads the row images: the outermost one marks them all
     // stale (B may have changed since the last routine), the inner ones trust them.

@@ -68,10 +68,32 @@ void subtractMultiple(long double* target, const long double* source, long count
 
 } // namespace
 
+namespace {
+
+// Equal entry by entry, exactly (the tolerant vector comparison would call near vectors equal).
+template <class R1>
+bool sameEntries(const Vector<R1>& a, const Vector<R1>& b)
+{
+    if (a.dimension() != b.dimension()) return false;
+    for (long i = a.dimension(); i >= 1; --i)
+        if (!(a[i] == b[i])) return false;
+    return true;
+}
+
+} // namespace
+
 template <class R1, class R2>
 void Lattice<R1, R2>::offerRow(long k)
 {
     if (!offerCandidates) return;
+    // A vector the gate has just judged gets the same judgement again: the exchanges of the
+    // reduction hand the same rows back and forth. The recent offers are kept untrimmed, as the
+    // lattice vectors they are, so that a change of the trimming can't make two of them look alike.
+    Vector<R1> untrimmed = handleScalingAndTranslation(B[k], false);
+    for (const Vector<R1>& recent : recentOffers)
+        if (sameEntries(recent, untrimmed)) return;
+    recentOffers[recentOfferNext] = std::move(untrimmed);
+    recentOfferNext = (recentOfferNext + 1) % recentOffers.size();
     // A checkpoint that replaced B clears every state word, the first row's included; then the
     // row images are stale and the rows before k, on which the reduction stands, are recomputed.
     const bool firstRowCurrent = (rowState[1] & GS_CURRENT) != 0;
