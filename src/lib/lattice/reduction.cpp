@@ -92,13 +92,15 @@ void Lattice<R1, R2>::offerRow(long k)
     Vector<R1> untrimmed = handleScalingAndTranslation(B[k], false);
     for (const Vector<R1>& recent : recentOffers)
         if (sameEntries(recent, untrimmed)) return;
-    recentOffers[recentOfferNext] = std::move(untrimmed);
+    // Stored before the gate runs: a regeneration inside it empties the store for the new lattice.
+    const Vector<R1>& offered = recentOffers[recentOfferNext] = std::move(untrimmed);
     recentOfferNext = (recentOfferNext + 1) % recentOffers.size();
     // A checkpoint that replaced B clears every state word, the first row's included; then the
     // row images are stale and the rows before k, on which the reduction stands, are recomputed.
+    // The gate takes the untrimmed row, already at hand, and copies it before anything can change.
     const bool firstRowCurrent = (rowState[1] & GS_CURRENT) != 0;
     ++offeredCount;
-    checkSolution(B[k], true, 0, false);
+    checkSolution(offered, false, 0, false);
     if (firstRowCurrent && (rowState[1] & GS_CURRENT) != 0) return;
     invalidateRowImages();
     for (long i = 1; i < k; ++i)
