@@ -119,6 +119,10 @@ public:
     // Whether the reduction offers the rows it touches to the candidate gate; a bare basis (a
     // reduction for its own sake) has no program to judge them against and clears it.
     bool offerCandidates = true;
+    // Set when restartOrTerminate ends the run (never cleared but by resetLattice): the reduction
+    // stops at its next row and offers nothing more, so that a driver ends between steps, with
+    // its files complete, instead of in the middle of one.
+    bool runEnded = false;
     // Exchange tests made by lll since the lattice was built; only counted, never copied.
     long exchangeTestCount = 0;
     // Counts of the candidate gate since the lattice was built; only counted, never copied: rows
@@ -324,6 +328,26 @@ public:
     // carried over in program variables.
     void regenerate();
 
+    // Aardal reduction (aardal.cpp), for programs with equations. aardalReduce reduces a copy of
+    // the lattice of prepareLattice(true) with the equation columns weighted by a factor N (ten
+    // times the larger of the equation and variable counts, times ten per round) until exactly as
+    // many rows as equations keep a non-zero part there; the others, moved to the front, span the
+    // vectors that meet the equations. Copies the copy back and returns its transformation stack.
+    // A PrecisionException of the copy leaves this lattice untouched.
+    Array<Matrix<R1>> aardalReduce();
+    // Removes the first n columns from the whole lattice state; n = -1: as many columns as the
+    // program has equations, and as many rows from the end (the rows outside the kernel), with a
+    // fresh checkpoint. The found vectors lose the same leading entries and are checked again.
+    void lshiftLattice(long n);
+    // A lattice vector whose marker is the smallest non-zero one the rows reach (the Euclidean
+    // algorithm on the last column over whole untrimmed rows, each improving row offered to the
+    // gate); empty when no row has a marker. The program has an integer solution of its equations
+    // only if that marker is the inhomogenous constant.
+    Vector<R1> extractCurrentInhomogenousVector();
+    // |v[dimN]| equal (within 10^-9) to |scaledInhomogenousConstant| if trimmed, else to
+    // |inhomogenousConstant|.
+    bool inhomogenousComponentIsMinimal(const Vector<R1>& v, bool trimmed) const;
+
     // Preparation of the lattice's own program (embedding.cpp): the slack stage on unprepared
     // (slackStage(applyKnownBounds, verb == 2)), then the program becomes a copy of unprepared and
     // prepareVorm(verb == 2) runs on it. The slack stage is skipped when neither argument is set,
@@ -340,9 +364,12 @@ public:
     // vector that keeps the bounds of its quantity has the component in [-R, R]: for x in the box
     // B[1] + sum_j x[j] B[j + 1] has 2 c[s + j] x[j] - R in the column of variable j, and
     // c (2 a x - lu - ru) in that of inequation a.
-    // Builds the lattice of the prepared program (prepareLattice(false)) and returns true. A
-    // prepared program with equations is fatal: their embedding, which reduces the basis to the
-    // kernel of the equations first, doesn't exist yet.
+    // Builds the lattice of the prepared program and returns true. With equations the basis of
+    // their integer solutions comes first (aardalReduce on the lattice of prepareLattice(true));
+    // a system without an integer solution is fatal ("The equation system has no integer
+    // solution :("); the rows of prepareLattice(false) are then transformed into that basis, so
+    // that every basis vector meets the equations and dimB is the variable count + 1 - the
+    // equation count. The found vectors cross the change as coordinates.
     bool opt2lat();
     // Fills R, B (untrimmed, trimming reset), c, l, r, lTrimmed, rTrimmed, boundsSymmetric,
     // checkVectorsState (1 with aardal, 2 without) and maxUnscaledLatVecSquaredEuclideanNorm for
