@@ -1,7 +1,7 @@
-// candidate_check_test.cpp: the gate against brute force. Random small programs without targets
-// are embedded; every point of the box goes through the gate as a lattice vector, and the gate
-// must accept exactly the feasible ones, refuse what is off the lattice, and store nothing but
-// exact lattice vectors of solutions, however close to the lattice the offered vector was.
+// candidate_check_test.cpp: the gate against brute force. Random small programs without targets,
+// some with an equation, are embedded; every point of the box goes through the gate as a lattice vector, and
+// the gate must accept exactly the feasible ones, refuse what is off the lattice, and store nothing but exact
+// lattice vectors of solutions, however close to the lattice the offered vector was.
 #include "arith/precision.h"
 #include "arith/qq.h"
 #include "lattice/lattice.h"
@@ -43,10 +43,10 @@ std::unique_ptr<Lattice<R, R>> embed(const test::SmallProgram& program)
     stream >> read;
     auto lattice = std::make_unique<Lattice<R, R>>();
     lattice->unprepared._assign(read);
-    lattice->prepareVormByUnprepared(false, true);
-    lattice->opt2lat();
     lattice->params.sol = 0L;
     lattice->params.hostedRun = true;
+    lattice->prepareVormByUnprepared(false, true);
+    lattice->opt2lat();
     return lattice;
 }
 

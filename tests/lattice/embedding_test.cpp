@@ -290,12 +290,5 @@ TEST(Embedding, PrepareVormByUnpreparedRunsTheSlackStageOnce)
     EXPECT_EQ(lattice.tu, 1);
 }
 
-TEST(EmbeddingDeathTest, EquationsAreNotEmbeddedYet)
-{
-    const std::string text = "[ ] [ ] [ [ 1 1 ] ] [ 1 ] [ ] [ ] [ ] [ 0 0 ] [ 0 0 ] [ 3 3 ]";
-    EXPECT_EXIT((embedded<Lattice<QQ, QQ>>(text)), testing::ExitedWithCode(1),
-                "\\*\\*\\* FAIL: opt2lat: equations are not embedded yet \\(1 in the prepared program\\)");
-}
-
 } // namespace
 } // namespace latopt

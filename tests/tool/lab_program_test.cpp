@@ -1,7 +1,7 @@
 // End-to-end runs of latopt-lab prep: the prepared program and what undoes the preparation, and a
 // program without solutions stopping with the routine's own text; of embed and map: the lattice
-// of a small program, vectors mapped both ways, a program with equations and a bad input line
-// refused.
+// of a small program, vectors mapped both ways, a program whose equation has no integer solution and a bad
+// input line refused.
 #include "tool/lab_run.h"
 
 #include <gtest/gtest.h>
@@ -55,8 +55,7 @@ TEST(LabProgram, EmbedWritesTheLatticeAndMapGoesBothWays)
 {
     const std::string file =
         programFile("[ -inf ] [ [ 1 1 ] ] [ ] [ ] [ [ 1 -1 ] ] [ -1 ] [ 1 ] [ 0 0 ] [ 0 1 ] [ 2 3 ]");
-    const std::string equations =
-        programFile("[ ] [ ] [ [ 1 1 ] ] [ 1 ] [ ] [ ] [ ] [ 0 0 ] [ 0 0 ] [ 3 3 ]");
+    const std::string unsolvable = programFile("[ ] [ ] [ [ 2 ] ] [ 1 ] [ ] [ ] [ ] [ 0 ] [ 0 ] [ 3 ]");
     const std::string lattice =
         "\n// B -- l, r -- c, R -- lx, rx -- tu, lrtu\n"
         "[\n[ -2 -2 -2 1 ]\n[ 2 2 0 0 ]\n[ -2 0 2 0 ]\n]\n\n"
@@ -76,13 +75,11 @@ TEST(LabProgram, EmbedWritesTheLatticeAndMapGoesBothWays)
     const std::string answers = "lat [ -2 0 0 1 ]\nopt [ 0 1 ] 1\nopt [ 0 1 ] 1\nopt [ 1 2 ] -1\n";
     expectResults({{{"map", file}, input, answers}, {{"map", file, "--ld"}, input, answers}});
     expectRefusals(
-        {{{"embed", equations},
-          "",
-          "\n*** FAIL: opt2lat: equations are not embedded yet (1 in the prepared program)\n"},
+        {{{"embed", unsolvable}, "", "\n*** FAIL: The equation system has no integer solution :(\n"},
          {{"map", file}, "opt [ 1 2 3 ]\n", "latopt-lab: map: x has 3 entries, the program 2 variables\n"},
          {{"map", file}, "vec [ 1 2 ]\n", "latopt-lab: map: a line starts with \"vec\", not opt or lat\n"}});
     std::remove(file.c_str());
-    std::remove(equations.c_str());
+    std::remove(unsolvable.c_str());
 }
 
 } // namespace

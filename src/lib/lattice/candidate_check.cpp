@@ -80,7 +80,7 @@ bool Lattice<R1, R2>::withinBounds(const Vector<R1>& u) const
     }
     // 3. The columns in front of the variables; the target sum's column is left to checkTarget
     //    once the target sum has bounds.
-    const long first = checkVectorsState == 1 ? 1 : 1 + (unprepared.tu == 1 ? 1 : 0);
+    const long first = checkVectorsState == 1 ? 1 : 1 + (targetColumn ? 1 : 0);
     for (long col = dimN - n - 1; col >= first; --col)
         if (u[col] < l[col] || r[col] < u[col]) return false;
     return true;

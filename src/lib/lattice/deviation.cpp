@@ -40,7 +40,7 @@ void forEachDeviation(const Lattice<R1, R2>& lattice, const Vector<R1>& u, bool 
         const R1 right = degree == RIGHT_FREE || degree == FREE ? Constant<R1>::ZERO() : u[c] - r[c];
         step(c, std::max(left, right));
     }
-    const bool targetColumn = lattice.unprepared.tu == 1 && lattice.checkVectorsState != 1;
+    const bool targetColumn = lattice.targetColumn;
     for (long c = dimN - n - 1; c >= 1; --c) {
         if (c == 1 && targetColumn) {
             if (skipTargetRow) continue;

@@ -42,15 +42,46 @@ bool Lattice<R1, R2>::opt2lat()
 {
     // 1. The program's figures, when asked for.
     if (params.verb.value == 2) this->printOptInfos();
-    // 2. Equations need the basis of their kernel before the second stage, so that every basis
-    //    vector meets them; that reduction doesn't exist yet, and without it the lattice would
-    //    contain vectors that break the equations.
-    if (this->Ag.rowCount > 0)
-        fatal("opt2lat: equations are not embedded yet (" + std::to_string(this->Ag.rowCount) +
-              " in the prepared program)");
-    // 3. The lattice of the bounds, the target and the inequations. (The found vectors are put
-    //    aside here and checked again afterwards, once the best-vector backups exist.)
+    // 2. Equations first: the basis of the vectors that meet them, as a transformation of the
+    //    rows, and the check that the system has an integer solution at all (a marker that is
+    //    the constant itself is reachable), unless found vectors have shown that already.
+    Array<Matrix<R1>> kernel;
+    if (this->Ag.rowCount > 0) {
+        prepareLattice(true);
+        kernel = aardalReduce();
+        lshiftLattice(-1);
+        if (this->solutions.dimension() == 0 && bestTarget.dimension() == 0 && bestVector.dimension() == 0) {
+            const Vector<R1> v = extractCurrentInhomogenousVector();
+            if (v.dimension() == 0 || !inhomogenousComponentIsMinimal(v, false))
+                fatal("The equation system has no integer solution :(");
+        }
+    }
+    // 3. The found vectors as coordinates in the basis, then the lattice of the bounds, the
+    //    target and the inequations.
+    Array<Star<R1>> stars;
+    Array<TimeVector<R1>> vectors;
+    CollectionSet homogenous;
+    CollectionSet inhomogenous;
+    backupAndResetBestSieveVectors(BACKUP_COORDINATES, stars, vectors, homogenous, inhomogenous, 0);
     prepareLattice(false);
+    // 4. Its rows expressed in the kernel basis: the first rows of the product meet the
+    //    equations, the last ones (one per equation) are dropped.
+    if (kernel.dimension() != 0) {
+        TT.setDimension(kernel.dimension(), false);
+        for (long i = 1; i <= kernel.dimension(); ++i)
+            TT[i] = kernel[i];
+        B_save = applyTransformationTo(B_save);
+        B_save.throwOnLoss = true;
+        rowState.makeZero();
+        zeroEntries(gsVectors);
+        zeroEntries(mu);
+        setDims(dimB - this->Ag.rowCount, 0, false);
+        B = applyScalingAndTranslation(B_save);
+        gsNorm.makeZero();
+        rowNorm.makeZero();
+        resetTransformationStack(false);
+    }
+    restoreBestSieveBackups(stars, vectors, homogenous, inhomogenous, BACKUP_COORDINATES);
     return true;
 }
 
@@ -66,7 +97,8 @@ void Lattice<R1, R2>::prepareLattice(bool aardal)
     if (dimB != 0) resetTrimming(true, true);
     // 3. Columns before the variables: the equations, or the target sum and the inequations.
     const long n = this->rx.dimension();
-    const long h = unprepared.tu == 1 ? 1 : 0;
+    const long h = unprepared.tu == 1 && !aardal ? 1 : 0;
+    targetColumn = h == 1;
     const long p = this->Au.rowCount;
     const long e = this->Ag.rowCount;
     const long s = aardal ? e : h + p;

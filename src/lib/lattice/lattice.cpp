@@ -130,6 +130,7 @@ void Lattice<R1, R2>::resetLattice(const Matrix<R1>* basis, bool clearFileName)
     if (clearFileName) latFile.clear();
     // 6. Results and counters.
     iterationCount = 0;
+    runEnded = false;
     bestVector.resetAllMembers();
     bestTarget = TargetVector<R1>();
     solutions.setDimension(0, false);
@@ -150,6 +151,7 @@ void Lattice<R1, R2>::resetLattice(const Matrix<R1>* basis, bool clearFileName)
     R = Constant<R1>::ZERO();
     maxUnscaledLatVecSquaredEuclideanNorm = Constant<R1>::ZERO();
     boundsSymmetric = false;
+    targetColumn = false;
     checkVectorsState = 0;
     lllStepBudget = 100;
     // 9. The state words, the Gram-Schmidt data and the work matrices.
@@ -278,6 +280,7 @@ Lattice<R1, R2>& Lattice<R1, R2>::_assign(const Lattice<S1, S2>& other, bool kee
     Precision::conv(other.maxUnscaledLatVecSquaredEuclideanNorm, maxUnscaledLatVecSquaredEuclideanNorm,
                     faithful);
     boundsSymmetric = other.boundsSymmetric;
+    targetColumn = other.targetColumn;
     lllStepBudget = other.lllStepBudget;
     checkVectorsState = other.checkVectorsState;
     rowState = other.rowState;

@@ -116,6 +116,9 @@ public:
     bool boundsSymmetric = false;                // l = -r
     long lllStepBudget = 100;                    // steps of the reduction between checks
     short checkVectorsState = 0;                 // state of the candidate check
+    // Whether column 1 is the target sum's: fixed when the lattice is built (the target bounds of
+    // unprepared, which a new best target sets, change the layout only with the next lattice).
+    bool targetColumn = false;
     // Whether the reduction offers the rows it touches to the candidate gate; a bare basis (a
     // reduction for its own sake) has no program to judge them against and clears it.
     bool offerCandidates = true;

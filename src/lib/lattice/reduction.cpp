@@ -85,7 +85,7 @@ bool sameEntries(const Vector<R1>& a, const Vector<R1>& b)
 template <class R1, class R2>
 void Lattice<R1, R2>::offerRow(long k)
 {
-    if (!offerCandidates) return;
+    if (!offerCandidates || runEnded) return;
     // A vector the gate has just judged gets the same judgement again: the exchanges of the
     // reduction hand the same rows back and forth. The recent offers are kept untrimmed, as the
     // lattice vectors they are, so that a change of the trimming can't make two of them look alike.
@@ -423,7 +423,7 @@ long Lattice<R1, R2>::lll(long k, long m, long n)
         }
         // 4.2 Size reduction; a dependent row moved forward is where the loop goes on.
         const long step = sizeReduceStep(k, n, careful);
-        if (step == 0) break;
+        if (step == 0 || runEnded) break;
         if (step < 0) {
             k = -step;
             continue;

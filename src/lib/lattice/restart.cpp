@@ -69,6 +69,7 @@ void Lattice<R1, R2>::restartOrTerminate(bool terminate)
     //    when SIGTERM takes its default action. A standalone run sends SIGTERM to its own process
     //    (the driver's handler decides what happens then); a hosted run tells its host instead.
     if (verbose) std::cout << ENDL(true);
+    runEnded = true;
     if (!params.hostedRun.value) {
         std::raise(SIGTERM);
         return;

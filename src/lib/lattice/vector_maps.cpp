@@ -149,7 +149,7 @@ void Lattice<R1, R2>::opt2lat(const Vector<R1>& opt_vec, Vector<R1>& lat_vec, bo
     const long s = dimN - n - 1;
     const R1 two = Constant<R1>::ONE() + Constant<R1>::ONE();
     // 8. The target sum and the inequations.
-    const long h = unprepared.tu == 1 ? 1 : 0;
+    const long h = targetColumn ? 1 : 0;
     if (checkVectorsState != 1) {
         if (h == 1) lat_vec[1] = (two * (this->atu * y) - (this->ltu + this->rtu)) * c[1];
         if (checkVectorsState == 2)
