@@ -6,7 +6,6 @@
 
 #include "base/exceptions.h"
 #include "lattice/lattice.h"
-#include "os/mutex.h"
 #include "program/vorm.h"
 
 #include <memory>
@@ -27,6 +26,8 @@ struct GateCounts {
 
 // Reduces until every row has passed its exchange test, or a call makes no test (dependent rows
 // at the end); a regeneration of the lattice after an improvement starts the reduction again.
+// The run ends as soon as the gate has ended it (the solutions asked for are found): the
+// reduction stops at its next row, and nothing more is offered.
 template <class R1, class R2>
 void reduceWithOffers(Lattice<R1, R2>& lattice)
 {
@@ -35,13 +36,13 @@ void reduceWithOffers(Lattice<R1, R2>& lattice)
             lattice.lllStepBudget = 1L << 40;
             const long tests = lattice.exchangeTestCount;
             lattice.lll(1, 0, 0);
-            if (lattice.vars.get(MMV_RUN_STATE) == "stopped") return;
+            if (lattice.runEnded) return;
             bool done = true;
             for (long i = 1; i < lattice.dimB; ++i)
                 done = done && (lattice.rowState[i] & Lattice<R1, R2>::EXCHANGE_TESTED) != 0;
             if (done || lattice.exchangeTestCount == tests) return;
         } catch (const RestartException&) {
-            if (lattice.vars.get(MMV_RUN_STATE) == "stopped") return;
+            if (lattice.runEnded) return;
         }
     }
 }
@@ -63,11 +64,16 @@ GateCounts run(LabIo& io, const std::string& file)
     lattice->params.hostedRun = true;
     if (io.options.count("sol") != 0) lattice->params.sol = io.integerOption("sol", 1);
     lattice->offerCandidates = io.integerOption("offers", 1) != 0;
+    lattice->params.deep = io.integerOption("deep", 0) != 0;
     lattice->prepareVormByUnprepared(false, true);
     lattice->opt2lat();
     lattice->readStarsFromSolFile(false);
     lattice->pendingSolutionWrite = true;
-    reduceWithOffers(*lattice);
+    // The gate may have accepted solutions while the lattice was built (with equations, the
+    // vectors found in the first stage are carried into the lattice of the program and judged
+    // there); nothing was written then, so they are written now, with the records of the file.
+    if (lattice->solutions.dimension() > 0) lattice->persistConsistent();
+    if (!lattice->runEnded) reduceWithOffers(*lattice);
     return {lattice->offeredCount, lattice->collectedCount, lattice->acceptedCount,
             lattice->solutions.dimension()};
 }
@@ -100,8 +106,8 @@ std::vector<LabCommand> searchCommands()
         {"reduce",
          "the .opt file named on the command line; nothing on standard input",
          "offered, collected and accepted candidates and the solutions of the run, one count per line; "
-         "the solutions go to the program's .sol file",
-         {"P.opt", "--sol=N", "--offers=0"},
+         "the solutions go to the program's .sol file; --deep=1 reduces with deep insertion",
+         {"P.opt", "--sol=N", "--offers=0", "--deep=1"},
          reduce<QQ>,
          reduce<long double>},
     };
