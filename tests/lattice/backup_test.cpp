@@ -114,5 +114,31 @@ TYPED_TEST(BackupTyped, FoundVectorsSurviveAndAreProvedAgain)
     }
 }
 
+// In the stage of the equations (x1 + x2 = 2 added) a point is only recorded, as the best vector.
+// The shift that drops the equation column carries it over and proves it again (restoring: not
+// counted as a first find again) when it meets the equation; one that breaks it is no vector of
+// the shifted lattice any more and is dropped.
+TYPED_TEST(BackupTyped, BestVectorCrossesTheShiftOfTheEquationColumns)
+{
+    using L = TypeParam;
+    for (const bool meetsEquation : {true, false}) {
+        auto lattice = test::preparedSmallProgram<L>("[ ] [ ]", "[ [ 1 1 0 ] ] [ 2 ]");
+        lattice->prepareLattice(true);
+        lattice->aardalReduce();
+        lattice->bestVector.resetAllMembers(); // whatever the reduction met
+        const test::Point x = meetsEquation ? test::Point{1, 1, 3} : test::Point{2, 1, 0};
+        lattice->checkSolution(test::latticeVector(*lattice, x), false, 5, false);
+        ASSERT_EQ(test::text(lattice->bestVector), test::text(test::latticeVector(*lattice, x)));
+        const long firstFinds = L::statistics.c;
+        lattice->lshiftLattice(-1);
+        ASSERT_EQ(lattice->dimN, 4);
+        EXPECT_EQ(test::text(lattice->bestVector) + "@ " +
+                      std::to_string(lattice->bestVector.secondsUntilDiscovered),
+                  meetsEquation ? test::text(test::latticeVector(*lattice, x)) + "@ 5" : "@ -1");
+        EXPECT_EQ(L::statistics.c, firstFinds);
+        EXPECT_FALSE(L::statistics.restoring);
+    }
+}
+
 } // namespace
 } // namespace latopt

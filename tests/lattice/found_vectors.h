@@ -17,25 +17,34 @@ namespace latopt::test {
 using Point = std::vector<long>;
 
 // x1, x2, x3 in [0, 3] with 2 <= x1 + x2 + x3 <= 6 and no targets: each feasible x is a solution.
+// (The tests of the equation stage add equations and a target.)
 inline bool feasible(const Point& x)
 {
     return x[0] + x[1] + x[2] >= 2 && x[0] + x[1] + x[2] <= 6;
 }
 
-// The lattice of the program, with no limit on the number of solutions (the default, one, would
-// end the run at the first).
+// The program prepared, not yet embedded, with no limit on the number of solutions (the default,
+// one, would end the run at the first). targets and equations are the blocks dt At and Ag bg.
 template <class L>
-std::unique_ptr<L> embeddedSmallProgram(const char* targets = "[ ] [ ]")
+std::unique_ptr<L> preparedSmallProgram(const char* targets = "[ ] [ ]", const char* equations = "[ ] [ ]")
 {
     auto lattice = std::make_unique<L>();
     Vorm<QQ> read;
-    std::istringstream(std::string(targets) +
-                       " [ ] [ ] [ [ 1 1 1 ] ] [ 2 ] [ 6 ] [ 0 0 0 ] [ 0 0 0 ] [ 3 3 3 ]") >>
+    std::istringstream(std::string(targets) + " " + equations +
+                       " [ [ 1 1 1 ] ] [ 2 ] [ 6 ] [ 0 0 0 ] [ 0 0 0 ] [ 3 3 3 ]") >>
         read;
     lattice->unprepared._assign(read);
     lattice->prepareVormByUnprepared(false, false);
-    lattice->opt2lat();
     lattice->params.sol = 0L;
+    return lattice;
+}
+
+// The lattice of the program.
+template <class L>
+std::unique_ptr<L> embeddedSmallProgram(const char* targets = "[ ] [ ]", const char* equations = "[ ] [ ]")
+{
+    auto lattice = preparedSmallProgram<L>(targets, equations);
+    lattice->opt2lat();
     return lattice;
 }
 

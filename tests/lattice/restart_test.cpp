@@ -1,3 +1,4 @@
+#include "arith/constant.h"
 #include "base/exceptions.h"
 #include "found_vectors.h"
 #include "lattice/lattice.h"
@@ -7,6 +8,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <utility>
+#include <vector>
 
 namespace latopt {
 namespace {
@@ -56,6 +59,43 @@ TEST(Restart, RegeneratesAndThrowsOrEndsAHostedRun)
     EXPECT_EQ(lattice->vars.get(MMV_RUN_STATE), "stopped");
     EXPECT_TRUE(lattice->B == before);
     std::filesystem::remove_all(directory);
+}
+
+// With the equation x1 + x2 = 2 and the target x3 to be minimised, every lattice of the run passes
+// the equation stage. A first point of target 0 improves the target and restarts; an equal one
+// joins it. Both come back from a restart, proved again (restoring: not counted again, and no
+// restart from the restore), and so does the best target; with x1 <= 1 learnt, the second goes.
+// Beside them a lattice may bring the vector that proved its equations solvable.
+TEST(Restart, FoundVectorsCrossTheEquationStage)
+{
+    auto lattice = test::embeddedSmallProgram<L>("[ -inf ] [ [ 0 0 1 ] ]", "[ [ 1 1 0 ] ] [ 2 ]");
+    lattice->params.hostedRun = true;
+    lattice->params.snorm = -Constant<QQ>::INF(); // the target norm alone makes a solution
+    lattice->params.tnorm = QQ(10L);
+    lattice->solutions.setDimension(0, false); // nothing found yet
+    lattice->bestTarget = TargetVector<QQ>();
+    const long improvements = L::statistics.a, finds = L::statistics.b;
+    EXPECT_THROW(lattice->checkSolution(test::latticeVector(*lattice, {1, 1, 0}), false, 1, false),
+                 RestartException);
+    EXPECT_NE(lattice->checkSolution(test::latticeVector(*lattice, {2, 0, 0}), false, 2, false) &
+                  L::CHECK_FOUND,
+              0);
+    for (const bool tightened : {false, true}) {
+        if (tightened) lattice->unprepared.rx[1] = QQ(1L);
+        EXPECT_THROW(lattice->restartOrTerminate(false), RestartException);
+        const auto found = test::solutionPoints(*lattice);
+        EXPECT_EQ(found.count("1 1 0 @ 1"), 1U);
+        EXPECT_EQ(found.count("2 0 0 @ 2"), tightened ? 0U : 1U);
+        for (long i = 0; i <= lattice->solutions.dimension(); ++i) {
+            Vector<QQ> x;
+            ASSERT_EQ(lattice->lat2opt(i == 0 ? lattice->bestTarget : lattice->solutions[i], x, true, false),
+                      1);
+            EXPECT_TRUE(x[1] + x[2] == QQ(2L) && x[1] <= lattice->unprepared.rx[1] &&
+                        (i > 0 || x[3] == QQ(0L)));
+        }
+        EXPECT_EQ(std::make_pair(L::statistics.a, L::statistics.b),
+                  std::make_pair(improvements + 1, finds + 2));
+    }
 }
 
 // A standalone run ends with SIGTERM to its own process.
