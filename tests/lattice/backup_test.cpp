@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <random>
 #include <tuple>
 
@@ -137,6 +139,25 @@ TYPED_TEST(BackupTyped, BestVectorCrossesTheShiftOfTheEquationColumns)
                   meetsEquation ? test::text(test::latticeVector(*lattice, x)) + "@ 5" : "@ -1");
         EXPECT_EQ(L::statistics.c, firstFinds);
         EXPECT_FALSE(L::statistics.restoring);
+    }
+}
+
+// A new embedding of the same program, after the basis was reduced, keeps every solution found in
+// the old lattice, with and without the stage of an equation.
+TYPED_TEST(BackupTyped, SolutionsCrossANewEmbedding)
+{
+    using L = TypeParam;
+    for (const char* equations : {"[ ] [ ]", "[ [ 1 1 0 ] ] [ 2 ]"}) {
+        SCOPED_TRACE(equations);
+        auto lattice = test::embeddedSmallProgram<L>("[ ] [ ]", equations);
+        lattice->params.hostedRun = true;
+        test::offerAll(*lattice, {{1, 1, 0}, {2, 0, 3}, {0, 2, 1}, {3, 3, 0}});
+        lattice->offerCandidates = false;
+        lattice->lll(1, 0, 0);
+        const auto before = test::solutionPoints(*lattice);
+        lattice->opt2lat();
+        const auto after = test::solutionPoints(*lattice);
+        EXPECT_TRUE(std::includes(after.begin(), after.end(), before.begin(), before.end()));
     }
 }
 

@@ -74,6 +74,12 @@ TEST(LabProgram, EmbedWritesTheLatticeAndMapGoesBothWays)
     const std::string input = "opt [ 1 2 ]\nlat [ -2 -2 -2 1 ]\n\nlat [ 2 2 2 -1 ]\nlat [ 0 0 0 0 ]\n";
     const std::string answers = "lat [ -2 0 0 1 ]\nopt [ 0 1 ] 1\nopt [ 0 1 ] 1\nopt [ 1 2 ] -1\n";
     expectResults({{{"map", file}, input, answers}, {{"map", file, "--ld"}, input, answers}});
+    // With an equation the lattice is that of its solutions; the embedding's own solution ends
+    // nothing.
+    const std::string solvable = programFile("[ ] [ ] [ [ 1 1 ] ] [ 2 ] [ ] [ ] [ ] [ 0 0 ] [ 0 0 ] [ 3 3 ]");
+    expectResults(
+        {{{"map", solvable}, "opt [ 1 1 ]\nlat [ -1 -1 1 ]\n", "lat [ -1 -1 1 ]\nopt [ 1 1 ] 1\n"}});
+    std::remove(solvable.c_str());
     expectRefusals(
         {{{"embed", unsolvable}, "", "\n*** FAIL: The equation system has no integer solution :(\n"},
          {{"map", file}, "opt [ 1 2 3 ]\n", "latopt-lab: map: x has 3 entries, the program 2 variables\n"},

@@ -42,6 +42,15 @@ bool Lattice<R1, R2>::opt2lat()
 {
     // 1. The program's figures, when asked for.
     if (params.verb.value == 2) this->printOptInfos();
+    // The vectors found in an earlier lattice of the program cross the new one as the program's
+    // x: their coordinates, or their columns, mean nothing in a basis built afresh.
+    Array<Star<R1>> earlierStars;
+    Array<TimeVector<R1>> earlierVectors;
+    CollectionSet earlierHomogenous;
+    CollectionSet earlierInhomogenous;
+    if (checkVectorsState != 0)
+        backupAndResetBestSieveVectors(BACKUP_PROGRAM, earlierStars, earlierVectors, earlierHomogenous,
+                                       earlierInhomogenous, 0);
     // 2. Equations first: the basis of the vectors that meet them, as a transformation of the
     //    rows, and the check that the system has an integer solution at all (a marker that is
     //    the constant itself is reachable), unless found vectors have shown that already.
@@ -82,6 +91,8 @@ bool Lattice<R1, R2>::opt2lat()
         resetTransformationStack(false);
     }
     restoreBestSieveBackups(stars, vectors, homogenous, inhomogenous, BACKUP_COORDINATES);
+    restoreBestSieveBackups(earlierStars, earlierVectors, earlierHomogenous, earlierInhomogenous,
+                            BACKUP_PROGRAM);
     return true;
 }
 

@@ -84,11 +84,15 @@ Vorm<QQ> readProgram(const LabIo& io)
 }
 
 // The lattice of program in T: the slack stage forced on unprepared, the copy prepared, opt2lat.
-// Nothing here offers candidate vectors to a search: the lattice is only built.
+// Nothing here offers candidate vectors to a search: the lattice is only built. (The embedding of
+// equations proves their solvability with a solution, which the gate accepts; no solution ends
+// this run, which is hosted, not a search.)
 template <class T>
 std::unique_ptr<Lattice<T, T>> embedded(const Vorm<QQ>& program)
 {
     auto lattice = std::make_unique<Lattice<T, T>>();
+    lattice->params.hostedRun = true;
+    lattice->params.sol = 0L;
     lattice->unprepared._assign(program);
     lattice->prepareVormByUnprepared(false, true);
     lattice->opt2lat();
