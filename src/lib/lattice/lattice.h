@@ -253,6 +253,10 @@ public:
     long deep_reduce(long k);
     long dependencyHandler(long k, long n);
     void swapVectors(long i, long j, bool keepState);
+    // Row i of B += q times row j (i != j), repeated on the top of TT under consistency; the state
+    // words from row i on are cleared. In long double an entry beyond 10^18 throws
+    // FatalPrecisionException. The elementary step of a search that inserts a vector into B.
+    void addRowMultiple(long i, long j, const R1& q);
     void sortEuklid(long m);
     // Changes the scale factor of column i, then clears the state word of every row.
     void scale(long i, const R1& s);

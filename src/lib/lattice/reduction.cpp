@@ -387,6 +387,20 @@ void Lattice<R1, R2>::swapVectors(long i, long j, bool keepState)
 }
 
 template <class R1, class R2>
+void Lattice<R1, R2>::addRowMultiple(long i, long j, const R1& q)
+{
+    const R1 minusQ = -q;
+    checkEntry(minusQ);
+    subtractMultiple(B.rowData[i].data, B.rowData[j].data, dimN, minusQ);
+    if (params.consistency.value) {
+        Matrix<R1>& T = TT[TT.dimension()];
+        subtractMultiple(T.rowData[i].data, T.rowData[j].data, T.colCount, minusQ);
+    }
+    if (gsImageState.dimension() == dimB) gsImageState.data[i] = 0;
+    invalidateRowsFrom(i);
+}
+
+template <class R1, class R2>
 long Lattice<R1, R2>::lll(long k, long m, long n)
 {
     ReductionScope scope(*this);
@@ -519,6 +533,7 @@ void Lattice<R1, R2>::scale(long i, const R1& s)
     template long Lattice<R1, R2>::deep_reduce(long);                                                        \
     template long Lattice<R1, R2>::dependencyHandler(long, long);                                            \
     template void Lattice<R1, R2>::swapVectors(long, long, bool);                                            \
+    template void Lattice<R1, R2>::addRowMultiple(long, long, const R1&);                                    \
     template long Lattice<R1, R2>::lll(long, long, long);                                                    \
     template void Lattice<R1, R2>::sortEuklid(long);                                                         \
     template void Lattice<R1, R2>::scale(long, const R1&);
