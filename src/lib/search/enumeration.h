@@ -26,18 +26,31 @@ struct EnumerationResult {
 using StopRequest = std::function<bool()>;
 
 // Shortest vector of the projection of rows k..e (e <= dimB) orthogonal to rows 1..k-1, among
-// those with a squared projected length below bound, by Schnorr-Euchner enumeration with the
-// pruning named by the parameter eprune (0 none, 1 linear, 2 step, 3 aggressive) and the time
-// bound btime (seconds per block, 0 none). Each vector reached is offered to the gate
-// (checkSolution(v, true, 0, false)) while offer is set. Needs the Gram-Schmidt data of rows 1..e
-// current; leaves B unchanged.
+// those with a squared projected length strictly below bound, by Schnorr-Euchner enumeration
+// (zig-zag around the centres, depth first, the radius shrinking to the best vector found) with
+// the pruning named by the parameter eprune and the time bound btime (seconds per block, 0 none).
+// Pruning bounds the partial length at depth d of the n = e - k + 1 levels (d coefficients fixed)
+// by the radius times: 0 one; 1 linear, d / n; 2 step, 1/2 for d <= n / 2, else one; 3 aggressive,
+// min(1, 1.05 d / n)^2. Each vector reached (a leaf, the exact sum of x_i times the rows of B) is
+// offered to the gate (checkSolution(v, true, 0, false)) while offer and the lattice's
+// offerCandidates are set; the search ends when stop() says so (checked after each leaf and every
+// 1024 nodes) or the run has ended. Makes the Gram-Schmidt data of rows 1..e current first; a
+// dependent row among them gives an empty result. Leaves B unchanged; if the gate replaces B (a
+// rollback of its checkpoint), the search ends with an empty result, since its data no longer
+// describe the basis. In long double a centre beyond 2^62 or a leaf entry beyond 10^18 throws
+// PrecisionException.
 template <class R1, class R2>
 EnumerationResult<R1, R2> enumerateBlock(Lattice<R1, R2>& lattice, long k, long e, const R2& bound,
                                          bool offer, const StopRequest& stop);
 
-// Every lattice vector of squared length at most radius2 offered to the gate, without pruning
-// when eprune is 0. complete tells whether every such vector was reached: with the radius of the
-// box (max(l * l, r * r) of the untrimmed bounds) that is every point the program admits.
+// Every lattice vector of squared length at most radius2 (in the coordinates of B), one of each
+// pair v, -v, offered to the gate, without pruning when eprune is 0 (otherwise pruned as
+// enumerateBlock); btime does not apply. The radius stays fixed; leaves counts the vectors
+// within it, each measured exactly (the tree is searched a relative 10^-9 wider, so that rounding
+// of long double Gram-Schmidt data loses none on the rim), and coefficients / squaredNorm
+// give the shortest of them. complete tells whether every such vector was reached (no pruning
+// cut, no stop, no end of the run, no dependent row): with the radius of the box (max(l * l, r *
+// r) of the untrimmed bounds) that is every point the program admits.
 template <class R1, class R2>
 EnumerationResult<R1, R2> enumerateBall(Lattice<R1, R2>& lattice, const R2& radius2, const StopRequest& stop);
 
@@ -45,7 +58,11 @@ EnumerationResult<R1, R2> enumerateBall(Lattice<R1, R2>& lattice, const R2& radi
 // shortest vector of block k..min(k + beta - 1, dimB) replaces the basis at row k when it is
 // shorter than b*_k by the factor of the reduction, by unimodular row operations
 // (addRowMultiple, swapVectors: mirrored on the transformation stack), then the basis is reduced
-// again with lll. True when a row was replaced. Ends early when stop() or the run has ended.
+// again with lll(1, e, e) under an unlimited lllStepBudget. The vector goes in by Euclid on its
+// coefficients (b_p += q b_j), then the row that carries it moves to k, the others keeping their
+// order. True when a row was replaced. Ends early when stop() or the run has ended, and at a
+// dependent row (lll keeps those behind the independent ones). lll offers rows to the gate, which
+// may throw RestartException: it passes to the caller.
 template <class R1, class R2>
 bool bkzTour(Lattice<R1, R2>& lattice, const StopRequest& stop);
 
