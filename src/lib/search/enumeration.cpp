@@ -32,7 +32,12 @@ using reduction::convert;
 long nearestInteger(const long double& x)
 {
     if (!(fabsl(x) < 0x1p62L)) throw PrecisionException("Enumeration centre out of range");
-    return static_cast<long>(roundl(x));
+    // The truncation and the fraction behind it are exact; roundl costs more than a node.
+    const long whole = static_cast<long>(x);
+    const long double fraction = x - static_cast<long double>(whole);
+    if (fraction >= 0.5L) return whole + 1;
+    if (fraction <= -0.5L) return whole - 1;
+    return whole;
 }
 
 long nearestInteger(const QQ& x)
@@ -93,7 +98,13 @@ private:
     const long k, e, n;
     const StopRequest& stop;
 
-    std::vector<R2> mu;      // mu[j * (n + 1) + i] = mu_{k+j-1, k+i-1}, i < j
+    std::vector<R2> mu; // mu[i * (n + 1) + j] = mu_{k+j-1, k+i-1}, i < j (row i: the column i)
+    // The centres by partial sums: sigma[i * (n + 2) + j] = -sum_{m >= j} x_m mu_mi for j > i,
+    // sigma_{i, n+1} = 0, so c_i = sigma_{i, i+1}. Entries j > stale[i] of row i are current;
+    // a descent to level i refreshes j = stale[i] .. i+1 and passes stale[i] on to level i - 1,
+    // whose coefficients above changed as well: amortised a few products per node instead of n.
+    std::vector<R2> sigma;
+    std::vector<long> stale;
     std::vector<R2> norm;    // B_i of the block
     std::vector<R2> factor;  // the pruning factor of each level
     std::vector<R2> limit;   // radius times factor, per level
@@ -110,7 +121,7 @@ private:
     // linear one everywhere but at the leaves, which keep the full radius.
     R2 pruningFactor(long i) const;
     void setLimits(const R2& radius);
-    R2 computeCenter(long i) const;
+    // One level down to level i: its centre, and x_i the integer nearest to it.
     void descendTo(long i);
     // The next child of level i's parent, in zig-zag order.
     void nextSibling(long i);
@@ -148,18 +159,16 @@ void Enumerator<R1, R2>::setLimits(const R2& radius)
 }
 
 template <class R1, class R2>
-R2 Enumerator<R1, R2>::computeCenter(long i) const
-{
-    R2 c = Constant<R2>::ZERO();
-    for (long j = i + 1; j <= n; ++j)
-        if (x[j] != 0) c -= numberOf<R2>(x[j]) * mu[j * (n + 1) + i];
-    return c;
-}
-
-template <class R1, class R2>
 void Enumerator<R1, R2>::descendTo(long i)
 {
-    center[i] = computeCenter(i);
+    const long from = std::min(stale[i], n);
+    R2* row = &sigma[static_cast<size_t>(i * (n + 2))];
+    const R2* column = &mu[static_cast<size_t>(i * (n + 1))];
+    for (long j = from; j > i; --j)
+        row[j] = x[j] == 0 ? row[j + 1] : row[j + 1] - numberOf<R2>(x[j]) * column[j];
+    if (i > 1 && stale[i - 1] < from) stale[i - 1] = from;
+    stale[i] = i + 1;
+    center[i] = row[i + 1];
     x[i] = nearestInteger(center[i]);
     dx[i] = ddx[i] = center[i] >= numberOf<R2>(x[i]) ? 1 : -1;
 }
@@ -222,7 +231,7 @@ EnumerationResult<R1, R2> Enumerator<R1, R2>::run(const R2& bound, std::vector<l
     for (long j = 1; j <= n; ++j) {
         norm[j] = lattice.gsNorm[k + j - 1];
         for (long i = 1; i < j; ++i)
-            mu[j * (n + 1) + i] = lattice.mu[k + j - 1][k + i - 1];
+            mu[i * (n + 1) + j] = lattice.mu[k + j - 1][k + i - 1];
     }
     factor.assign(static_cast<size_t>(n + 1), Constant<R2>::ONE());
     for (long i = 1; i <= n; ++i)
@@ -230,6 +239,8 @@ EnumerationResult<R1, R2> Enumerator<R1, R2>::run(const R2& bound, std::vector<l
     limit.assign(static_cast<size_t>(n + 1), Constant<R2>::ZERO());
     center.assign(static_cast<size_t>(n + 2), Constant<R2>::ZERO());
     partial.assign(static_cast<size_t>(n + 2), Constant<R2>::ZERO());
+    sigma.assign(static_cast<size_t>((n + 1) * (n + 2)), Constant<R2>::ZERO());
+    stale.assign(static_cast<size_t>(n + 1), n);
     x.assign(static_cast<size_t>(n + 2), 0);
     dx.assign(static_cast<size_t>(n + 2), 1);
     ddx.assign(static_cast<size_t>(n + 2), 1);

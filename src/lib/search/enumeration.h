@@ -49,8 +49,11 @@ EnumerationResult<R1, R2> enumerateBlock(Lattice<R1, R2>& lattice, long k, long 
 // within it, each measured exactly (the tree is searched a relative 10^-9 wider, so that rounding
 // of long double Gram-Schmidt data loses none on the rim), and coefficients / squaredNorm
 // give the shortest of them. complete tells whether every such vector was reached (no pruning
-// cut, no stop, no end of the run, no dependent row): with the radius of the box (max(l * l, r *
-// r) of the untrimmed bounds) that is every point the program admits.
+// cut, no stop, no end of the run, no dependent row). Every point the program admits is a vector
+// within the box lTrimmed..rTrimmed of B's coordinates, so within the radius of the box, the sum
+// over the columns of max(lTrimmed_i^2, rTrimmed_i^2); with bounds symmetric column by column
+// (and no trimming) that is max(l * l, r * r), but where they are not, max(l * l, r * r) may be
+// smaller and miss points.
 template <class R1, class R2>
 EnumerationResult<R1, R2> enumerateBall(Lattice<R1, R2>& lattice, const R2& radius2, const StopRequest& stop);
 
