@@ -65,6 +65,22 @@ TEST_F(LabSearch, WritesOnlyFeasiblePointsAndTheToolKeepsThem)
     EXPECT_GT(total, 0U);
 }
 
+// A target, an equation and an inequation: the best targets found while each lattice is built
+// and reduced are all feasible (the tool keeps every record), in both precisions.
+TEST_F(LabSearch, BestTargetsWithEquationsAndInequationsAreFeasible)
+{
+    for (const char* precision : {"--ld", "--sol=0"}) {
+        write("prog.opt", "[ -inf ] [ [ 2 3 1 ] ] [ [ 1 1 1 ] ] [ 6 ] [ [ 1 -1 0 ] ] [ 1 ] [ 4 ] "
+                          "[ 0 0 0 ] [ 0 0 0 ] [ 5 5 3 ]");
+        std::filesystem::remove(path("prog.sol"));
+        ASSERT_EQ(runLab({"reduce", path("prog.opt"), "--sol=0", precision}, "").status, 0);
+        const std::set<std::vector<long>> written = recordPoints(read("prog.sol"));
+        EXPECT_FALSE(written.empty());
+        EXPECT_EQ(run().status, 0);
+        EXPECT_EQ(recordPoints(read("prog.sol")), written);
+    }
+}
+
 // Seeds of market split instances with m equations from the test seed on: the first `feasible`
 // ones that have a 0-1 solution and the first one that has none, by brute force.
 std::vector<std::pair<std::uint64_t, bool>> marketSplitSeeds(long m, long feasible)
