@@ -103,8 +103,8 @@ QQ combinationLength(const Lattice<R1, R2>& lattice, const Vector<R1>& x)
 
 // On the whole basis of random lattices the enumeration below twice |b_1|^2 finds a vector as
 // short as the shortest one brute force finds; the ball of a radius that some vector reaches (its
-// rim included) holds exactly the vectors brute force counts, each sign pair once; linear pruning
-// reaches no more than that, and says so when it cut.
+// rim included) holds exactly the vectors brute force counts, each sign pair once; a stop ends it
+// at the first leaf; linear pruning reaches no more than that, and says so when it cut.
 TYPED_TEST(Enumeration, FindsTheShortestVectorAndEveryVectorOfTheBall)
 {
     using R1 = typename TypeParam::R1;
@@ -134,6 +134,9 @@ TYPED_TEST(Enumeration, FindsTheShortestVectorAndEveryVectorOfTheBall)
         const auto ball = enumerateBall(lattice, R2(radius2), nullptr);
         EXPECT_EQ(2 * ball.leaves, static_cast<long>(count));
         EXPECT_TRUE(ball.complete);
+        const auto stopped = enumerateBall(lattice, R2(radius2), [] { return true; });
+        EXPECT_EQ(stopped.leaves, 1);
+        EXPECT_FALSE(stopped.complete);
         lattice.params.eprune = 1L;
         const auto pruned = enumerateBall(lattice, R2(radius2), nullptr);
         EXPECT_LE(2 * pruned.leaves, static_cast<long>(count));
