@@ -6,7 +6,9 @@
 #include "lattice/lattice.h"
 #include "search/enumeration.h"
 
+#include <chrono>
 #include <csignal>
+#include <optional>
 #include <string>
 
 namespace latopt {
@@ -36,9 +38,29 @@ public:
 
 private:
     Lattice<R1, R2>& lattice;
-    // One iteration: LLL to its end, then tours of block reduction; true when it made progress.
+    std::chrono::steady_clock::time_point start; // the start of run(), for rtime
+    long variations = 0;                         // variations of the basis made (vary)
+    // One iteration: LLL to its end, then tours of block reduction; true when it made progress
+    // (a new best target, solution or best vector).
     bool iterate();
+    // Pairwise recombination (pair): sums and differences of the best vectors of the collection
+    // sets, pairLimit of each, offered to the gate.
+    void recombine();
+    // An end criterion holds, or the run has ended: checked between steps.
     bool shouldStop() const;
+    // The criterion that ends the run now, if any.
+    std::optional<SearchEnd> endReason() const;
+    // snorm or tnorm was set and a solution (which the gate accepts only within them) was found.
+    bool normsMet() const;
+    // The unpruned enumeration of the ball around the box (eenum, eprune 0); true when it was
+    // complete: no point of the box was left unvisited.
+    bool exhaustBox();
+    // After an iteration without progress, on the regenerated lattice: the rows sorted by length
+    // or shuffled (seeded), alternately, when variate is set.
+    void vary();
+    // Ends the run with its files written (restartOrTerminate(true) unless it has ended) and
+    // returns end.
+    SearchEnd finish(SearchEnd end);
 };
 
 } // namespace latopt

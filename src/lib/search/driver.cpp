@@ -1,0 +1,274 @@
+// driver.cpp: the search driver. An iteration reduces the lattice with LLL until every row has
+// passed its exchange test, then (with eenum) runs tours of block reduction until a tour replaces
+// nothing; the reduction and the enumeration offer what they meet to the candidate gate, which
+// writes solutions and restarts the search on a regenerated lattice when a bound moves. An
+// iteration that finds nothing new restarts through restartOrTerminate(false), after an
+// enumeration of the whole box when the enumeration is unpruned (eprune 0), which proves that
+// nothing more exists when it completes. See driver.h.
+#include "search/driver.h"
+
+#include "arith/precision.h"
+#include "base/exceptions.h"
+#include "base/log.h"
+#include "os/generator.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <iostream>
+#include <vector>
+
+namespace latopt {
+
+volatile sig_atomic_t searchSignalled = 0;
+
+namespace {
+
+extern "C" void noteSearchSignal(int)
+{
+    searchSignalled = 1;
+}
+
+// What the gate has found so far: the counters of new best targets (a), solutions (b) and the
+// first vector near feasibility (c), the number of solutions and the best vector. An iteration
+// after which all of them stand as before made no progress.
+template <class R1, class R2>
+struct FoundMarks {
+    long a, b, c, solutions;
+    Vector<R1> best;
+
+    explicit FoundMarks(const Lattice<R1, R2>& lattice)
+        : a(Lattice<R1, R2>::statistics.a), b(Lattice<R1, R2>::statistics.b),
+          c(Lattice<R1, R2>::statistics.c), solutions(lattice.solutions.dimension()), best(lattice.bestVector)
+    {
+    }
+    bool operator==(const FoundMarks& other) const
+    {
+        return a == other.a && b == other.b && c == other.c && solutions == other.solutions &&
+               best.dimension() == other.best.dimension() && (best.dimension() == 0 || best == other.best);
+    }
+};
+
+// The seconds since start, to the millisecond.
+double secondsSince(std::chrono::steady_clock::time_point start)
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+} // namespace
+
+void installSearchSignalHandlers()
+{
+    struct sigaction action = {};
+    action.sa_handler = noteSearchSignal;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
+
+template <class R1, class R2>
+SearchDriver<R1, R2>::SearchDriver(Lattice<R1, R2>& lattice) : lattice(lattice)
+{
+}
+
+template <class R1, class R2>
+bool SearchDriver<R1, R2>::shouldStop() const
+{
+    if (lattice.runEnded || searchSignalled != 0) return true;
+    const long seconds = lattice.params.rtime.value.get();
+    return seconds > 0 && secondsSince(start) >= static_cast<double>(seconds);
+}
+
+template <class R1, class R2>
+bool SearchDriver<R1, R2>::normsMet() const
+{
+    // The gate accepts as a solution only what meets snorm and tnorm; the run ends on them only
+    // when one of them was asked for (their defaults hold for programs without targets, where
+    // every point of the box is a solution and sol counts them).
+    const bool asked = lattice.params.snorm.sval.get() != lattice.params.snorm.defaultValue ||
+                       lattice.params.tnorm.sval.get() != lattice.params.tnorm.defaultValue;
+    return asked && lattice.solutions.dimension() > 0;
+}
+
+template <class R1, class R2>
+bool SearchDriver<R1, R2>::iterate()
+{
+    const FoundMarks<R1, R2> before(lattice);
+    // 1. LLL until every row has passed its exchange test, in calls of a bounded number of tests
+    //    so that an end criterion is seen between two of them. A call that makes no test has
+    //    reached dependent rows, which the reduction leaves at the end.
+    for (;;) {
+        lattice.lllStepBudget = 1000;
+        const long tests = lattice.exchangeTestCount;
+        lattice.lll(1, 0, 0);
+        if (shouldStop()) return true;
+        bool done = true;
+        for (long i = 1; i < lattice.dimB && done; ++i)
+            done = (lattice.rowState[i] & Lattice<R1, R2>::EXCHANGE_TESTED) != 0;
+        if (done || lattice.exchangeTestCount == tests) break;
+    }
+    // 2. Tours of block reduction until one replaces no row.
+    if (lattice.params.eenum.value) {
+        const StopRequest stop = [this] { return shouldStop(); };
+        while (bkzTour(lattice, stop))
+            if (shouldStop()) return true;
+    }
+    // 3. Sums and differences of the vectors the gate collected.
+    if (lattice.params.pair.value) recombine();
+    return !(FoundMarks<R1, R2>(lattice) == before);
+}
+
+template <class R1, class R2>
+void SearchDriver<R1, R2>::recombine()
+{
+    // 1. The best pairLimit of each collection set (the sets stand worst first), copied: the gate
+    //    changes the sets while it judges, and may unwind to a restart.
+    const long limit = static_cast<long>(lattice.params.pairLimit.value);
+    auto best = [limit](const typename Lattice<R1, R2>::CollectionSet& set) {
+        std::vector<Vector<R1>> vectors;
+        for (auto* element = set.last; element != nullptr && static_cast<long>(vectors.size()) < limit;
+             element = element->previous)
+            vectors.push_back(*element);
+        return vectors;
+    };
+    const std::vector<Vector<R1>> inhomogenous = best(lattice.bestVectors);
+    const std::vector<Vector<R1>> homogenous = best(lattice.goodVectors);
+    // 2. u + w and u - w for u near feasibility and w homogenous (u moves within its coset), then
+    //    w1 + w2 and w1 - w2: each offered to the gate as an untrimmed vector.
+    auto offer = [this](const Vector<R1>& first, const Vector<R1>& second) {
+        lattice.checkSolution(first + second, false, 0, false);
+        if (shouldStop()) return false;
+        lattice.checkSolution(first - second, false, 0, false);
+        return !shouldStop();
+    };
+    for (const Vector<R1>& u : inhomogenous)
+        for (const Vector<R1>& w : homogenous)
+            if (!offer(u, w)) return;
+    for (size_t i = 0; i < homogenous.size(); ++i)
+        for (size_t j = i + 1; j < homogenous.size(); ++j)
+            if (!offer(homogenous[i], homogenous[j])) return;
+}
+
+template <class R1, class R2>
+bool SearchDriver<R1, R2>::exhaustBox()
+{
+    // Only an unpruned enumeration covers the box: every point the program admits lies in the box
+    // lTrimmed..rTrimmed of B's coordinates, so within the ball through its farthest corner,
+    // sum_i max(lTrimmed_i^2, rTrimmed_i^2). An infinite bound leaves the box unbounded.
+    // The target sum's column is the exception: its bounds are 0 (the lattice pulls towards the
+    // middle of [ltu, rtu]), while a point whose target sum lies in [ltu, rtu], as every
+    // improvement does, has a value in [-R, R] there; untrimmed, so only without trimming.
+    const Params& params = lattice.params;
+    if (!params.eenum.value || params.eprune.value != 0) return false;
+    if (lattice.targetColumn && (params.scale.value || params.translate.value)) return false;
+    R2 radius2 = Constant<R2>::ZERO();
+    for (long i = 1; i <= lattice.dimN; ++i) {
+        if (i == 1 && lattice.targetColumn) {
+            R2 bound;
+            Precision::conv(lattice.R, bound, false);
+            radius2 += bound * bound;
+            continue;
+        }
+        R1 lower = lattice.lTrimmed[i] * lattice.lTrimmed[i];
+        const R1 upper = lattice.rTrimmed[i] * lattice.rTrimmed[i];
+        if (lower < upper) lower = upper;
+        if (lower == Constant<R1>::INF()) return false;
+        R2 term;
+        Precision::conv(lower, term, false);
+        radius2 += term;
+    }
+    const StopRequest stop = [this] { return shouldStop(); };
+    const EnumerationResult<R1, R2> result = enumerateBall(lattice, radius2, stop);
+    return result.complete && !shouldStop();
+}
+
+template <class R1, class R2>
+void SearchDriver<R1, R2>::vary()
+{
+    // Alternately the rows sorted by length and a seeded shuffle, so that the reduction of the
+    // regenerated lattice does not retrace the last one.
+    if (!lattice.params.variate.value || lattice.dimB < 2) return;
+    if (++variations % 2 == 1) {
+        lattice.sortEuklid(lattice.dimB);
+        return;
+    }
+    for (long i = lattice.dimB; i >= 2; --i)
+        lattice.swapVectors(i, 1 + std::rand() % i, false);
+}
+
+template <class R1, class R2>
+SearchEnd SearchDriver<R1, R2>::finish(SearchEnd end)
+{
+    // The run ends with its files complete: unless the engine ended it already (and wrote them),
+    // restartOrTerminate(true) writes them now. A standalone run ends with a SIGTERM to itself,
+    // which the handlers turn into the flag.
+    if (!lattice.runEnded) lattice.restartOrTerminate(true);
+    return end;
+}
+
+template <class R1, class R2>
+std::optional<SearchEnd> SearchDriver<R1, R2>::endReason() const
+{
+    // The engine ended the run: the solutions asked for, or the last iteration (iters).
+    if (lattice.runEnded) {
+        const long wanted = lattice.params.sol.value;
+        if (wanted >= 1 && lattice.solutions.dimension() >= wanted) return SearchEnd::SOLUTIONS;
+        if (normsMet()) return SearchEnd::NORMS;
+        return SearchEnd::ITERATIONS;
+    }
+    if (searchSignalled != 0) return SearchEnd::SIGNAL;
+    if (normsMet()) return SearchEnd::NORMS;
+    // The engine ends at iters only in a restart after an iteration without progress; one that
+    // made progress must not take the run past the limit.
+    const long iters = lattice.params.iters.value;
+    if (iters >= 0 && Lattice<R1, R2>::statistics.iterations >= iters) return SearchEnd::ITERATIONS;
+    const long seconds = lattice.params.rtime.value.get();
+    if (seconds > 0 && secondsSince(start) >= static_cast<double>(seconds)) return SearchEnd::TIME;
+    return std::nullopt;
+}
+
+template <class R1, class R2>
+SearchEnd SearchDriver<R1, R2>::run()
+{
+    start = std::chrono::steady_clock::now();
+    Generator::initializeSeed(1);
+    bool varyNext = false;
+    // A restart unwinds through levels of the log tree that it opened: each iteration starts at
+    // the level of the run.
+    const unsigned long depth = THREAD_DEPTH;
+    for (;;) {
+        THREAD_DEPTH = depth;
+        try {
+            if (varyNext) vary();
+            varyNext = false;
+            std::optional<SearchEnd> end = endReason();
+            if (end) return finish(*end);
+            ++Lattice<R1, R2>::statistics.iterations;
+            if (lattice.params.verb.value >= 1)
+                std::cout << BEGINL() << " Iteration " << Lattice<R1, R2>::statistics.iterations << ", "
+                          << lattice.solutions.dimension() << " solution(s), " << secondsSince(start) << " s"
+                          << ENDL(false);
+            const bool progress = iterate();
+            end = endReason();
+            if (end) return finish(*end);
+            if (progress) continue;
+            // Nothing new: with an unpruned enumeration the whole box is searched; complete, it
+            // is a proof that nothing (better) exists.
+            if (exhaustBox()) return finish(SearchEnd::EXHAUSTED);
+            end = endReason();
+            if (end) return finish(*end);
+            varyNext = true;
+            lattice.restartOrTerminate(false);
+            // Not restarted: the last iteration (iters) was made, and the run has ended.
+        } catch (const RestartException&) {
+            // A regenerated lattice (an improvement, or a restart after no progress): go on.
+        }
+    }
+}
+
+#define LATOPT_DRIVER_MEMBERS(R1, R2) template class SearchDriver<R1, R2>;
+LATOPT_DRIVER_MEMBERS(long double, long double)
+LATOPT_DRIVER_MEMBERS(QQ, QQ)
+#undef LATOPT_DRIVER_MEMBERS
+
+} // namespace latopt

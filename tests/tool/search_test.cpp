@@ -1,0 +1,216 @@
+// search_test.cpp: latopt-search end to end. Knapsacks with a target end at the optimum that a
+// brute force finds, with records the tool keeps; market split instances get their solution, or
+// a proof that none exists when the brute force finds none; each end criterion ends the run with
+// status 0 and a complete .sol file; bad parameters are refused with the table's messages.
+#include "market_split.h"
+#include "params/params.h"
+#include "test_seed.h"
+#include "tool/tool_run.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <random>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace latopt::testing_tool {
+namespace {
+
+ToolRun runSearch(const std::string& directory, std::vector<std::string> arguments)
+{
+    arguments.insert(arguments.begin(), "latopt-search");
+    return runBinary(LATOPT_SEARCH_BINARY, arguments, directory);
+}
+
+// The x of each record of a .sol text (the numbers of its first bracket), and the params column.
+struct Record {
+    std::vector<long> x;
+    std::string params;
+};
+std::vector<Record> records(const std::string& text)
+{
+    std::vector<Record> found;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.find('[') == std::string::npos) continue;
+        std::istringstream words(line.substr(line.find('[') + 1, line.find(']') - line.find('[') - 1));
+        Record record;
+        for (long value; words >> value;)
+            record.x.push_back(value);
+        record.params = line;
+        found.push_back(record);
+    }
+    return found;
+}
+
+// A 0-1 knapsack: maximise v x subject to w x <= capacity.
+struct Knapsack {
+    std::vector<long> v, w;
+    long capacity = 0;
+
+    std::string text() const
+    {
+        auto row = [](const std::vector<long>& a) {
+            std::string s = "[ ";
+            for (long e : a)
+                s += std::to_string(e) + " ";
+            return s + "]";
+        };
+        const std::vector<long> zeros(v.size(), 0), ones(v.size(), 1);
+        return "[ inf ]\n[ " + row(v) + " ]\n[ ]\n[ ]\n[ " + row(w) + " ]\n[ 0 ]\n[ " +
+               std::to_string(capacity) + " ]\n" + row(zeros) + "\n" + row(zeros) + "\n" + row(ones) + "\n";
+    }
+    long weight(const std::vector<long>& x) const { return dot(w, x); }
+    long value(const std::vector<long>& x) const { return dot(v, x); }
+    static long dot(const std::vector<long>& a, const std::vector<long>& x)
+    {
+        long sum = 0;
+        for (size_t j = 0; j < a.size() && j < x.size(); ++j)
+            sum += a[j] * x[j];
+        return sum;
+    }
+    long optimum() const
+    {
+        long best = 0;
+        for (unsigned long mask = 0; mask < (1UL << v.size()); ++mask) {
+            std::vector<long> x(v.size());
+            for (size_t j = 0; j < v.size(); ++j)
+                x[j] = static_cast<long>(mask >> j & 1);
+            if (weight(x) <= capacity) best = std::max(best, value(x));
+        }
+        return best;
+    }
+};
+
+Knapsack randomKnapsack(std::mt19937_64& random, size_t items)
+{
+    Knapsack k;
+    long total = 0;
+    for (size_t j = 0; j < items; ++j) {
+        k.v.push_back(1 + static_cast<long>(random() % 30));
+        k.w.push_back(1 + static_cast<long>(random() % 20));
+        total += k.w.back();
+    }
+    k.capacity = total / 2;
+    return k;
+}
+
+class Search : public ToolSandbox {};
+
+// With the unpruned enumeration of the box (eprune 0) the search ends when nothing better exists:
+// the best record is the optimum, every record is feasible and keeps its parameters.
+TEST_F(Search, KnapsackEndsAtTheOptimumWithRecordsTheToolKeeps)
+{
+    const auto seed = test::testSeed();
+    std::mt19937_64 random(seed);
+    for (long round = 0; round < test::rounds(4); ++round) {
+        const Knapsack k = randomKnapsack(random, 6 + static_cast<size_t>(round));
+        SCOPED_TRACE(test::seedTrace(seed) + ", round " + std::to_string(round) + "\n" + k.text());
+        write("prog.opt", k.text());
+        std::filesystem::remove(path("prog.sol"));
+        const ToolRun search = runSearch(directory, {"prog.opt", "--sol=0", "--eprune=0", "--rtime=60"});
+        ASSERT_EQ(search.status, 0) << search.err;
+        EXPECT_NE(search.out.find("End: the whole box was enumerated"), std::string::npos) << search.out;
+        const std::vector<Record> written = records(read("prog.sol"));
+        ASSERT_FALSE(written.empty());
+        long best = 0;
+        for (const Record& record : written) {
+            EXPECT_LE(k.weight(record.x), k.capacity);
+            EXPECT_NE(record.params.find("--eprune=0 "), std::string::npos) << record.params;
+            best = std::max(best, k.value(record.x));
+        }
+        EXPECT_EQ(best, k.optimum());
+        EXPECT_EQ(run().status, 0);
+        EXPECT_EQ(records(read("prog.sol")).size(), written.size());
+    }
+}
+
+// Feasible: the first solution ends the run (sol 1). Infeasible: no record, and the enumeration of
+// the box proves it, unless the equations have no integer solution at all, which the embedding
+// proves and stops at.
+TEST_F(Search, MarketSplitGetsItsSolutionOrAProofOfNone)
+{
+    for (const long m : {2L, 3L}) {
+        bool feasibleSeen = false, infeasibleSeen = false;
+        for (std::uint64_t seed = test::testSeed(); !feasibleSeen || !infeasibleSeen; ++seed) {
+            const test::MarketSplit instance = test::marketSplit(m, seed);
+            const bool feasible = instance.solution().has_value();
+            if (feasible ? std::exchange(feasibleSeen, true) : std::exchange(infeasibleSeen, true)) continue;
+            SCOPED_TRACE("m = " + std::to_string(m) + ", " + test::seedTrace(seed));
+            write("prog.opt", instance.text());
+            std::filesystem::remove(path("prog.sol"));
+            const ToolRun search = runSearch(directory, {"prog.opt", "--eprune=0", "--rtime=60"});
+            if (!feasible) {
+                if (search.status == 0)
+                    EXPECT_EQ(search.out.rfind("No solution exists.\n", 0), 0U) << search.out;
+                else
+                    EXPECT_EQ(search.err, "\n*** FAIL: The equation system has no integer solution :(\n");
+                EXPECT_EQ(read("prog.sol"), "<missing>");
+                continue;
+            }
+            ASSERT_EQ(search.status, 0) << search.err;
+            EXPECT_NE(search.out.find("End: the solutions asked for (sol) were found"), std::string::npos);
+            const std::vector<Record> written = records(read("prog.sol"));
+            ASSERT_EQ(written.size(), 1U);
+            EXPECT_TRUE(instance.solves(written[0].x));
+            EXPECT_EQ(run().status, 0);
+            EXPECT_EQ(records(read("prog.sol")).size(), 1U);
+        }
+    }
+}
+
+// A search with no end of its own (a knapsack of 40 items, pruned enumeration) ends by iters,
+// rtime or a signal, with a .sol file that the tool reads whole.
+TEST_F(Search, TimeAndSignalEndTheRunWithCompleteFiles)
+{
+    std::mt19937_64 random(test::testSeed());
+    write("prog.opt", randomKnapsack(random, 40).text());
+    const ToolRun counted = runSearch(directory, {"prog.opt", "--sol=0", "--iters=3"});
+    ASSERT_EQ(counted.status, 0) << counted.err;
+    EXPECT_NE(counted.out.find("Iterations: 3\nSeconds: "), std::string::npos) << counted.out;
+    EXPECT_NE(counted.out.find("End: the iterations asked for (iters) were made"), std::string::npos);
+    const ToolRun timed = runSearch(directory, {"prog.opt", "--sol=0", "--rtime=1"});
+    ASSERT_EQ(timed.status, 0) << timed.err;
+    EXPECT_NE(timed.out.find("End: the time asked for (rtime) has passed"), std::string::npos) << timed.out;
+    const std::string script = std::string(LATOPT_SEARCH_BINARY) +
+                               " prog.opt --sol=0 --rtime=30 > out.txt & sleep 0.3; kill -TERM $!; wait $!";
+    const ToolRun signalled = runBinary("/bin/sh", {"sh", "-c", script}, directory);
+    EXPECT_EQ(signalled.status, 0) << signalled.err;
+    EXPECT_NE(read("out.txt").find("End: a signal (SIGINT / SIGTERM)"), std::string::npos) << read("out.txt");
+    const size_t count = records(read("prog.sol")).size();
+    EXPECT_GT(count, 0U);
+    EXPECT_EQ(run().status, 0);
+    EXPECT_EQ(records(read("prog.sol")).size(), count);
+}
+
+TEST_F(Search, RefusesBadParametersAndListsEveryOne)
+{
+    write("prog.opt", "[ ]\n[ ]\n[ ]\n[ ]\n[ ]\n[ ]\n[ ]\n[ 0 ]\n[ 0 ]\n[ 1 ]\n");
+    const ToolRun malformed = runSearch(directory, {"prog.opt", "--beta"});
+    EXPECT_EQ(malformed.status, 1);
+    EXPECT_EQ(malformed.err, "\n*** FAIL: Malformed parameter: beta\n");
+    const ToolRun unknown = runSearch(directory, {"prog.opt", "--gamma=3"});
+    EXPECT_EQ(unknown.status, 1);
+    EXPECT_EQ(unknown.err, "\n*** FAIL: Unknown parameter: gamma\n");
+    const ToolRun missing = runSearch(directory, {"none.opt"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_NE(missing.err.find("none.opt"), std::string::npos);
+    const ToolRun help = runSearch(directory, {"--help"});
+    EXPECT_EQ(help.status, 0);
+    ExtendedParams<long double> table;
+    for (long i = 1; i <= table.names.dimension(); ++i) {
+        const ParamInfo& parameter = *table.registry[table.registry.indexOf(table.names[i])].right;
+        EXPECT_NE(help.out.find("--" + parameter.name + "=" + parameter.defaultValue + "\n      " +
+                                parameter.description + "\n"),
+                  std::string::npos)
+            << parameter.name;
+    }
+}
+
+} // namespace
+} // namespace latopt::testing_tool
