@@ -27,32 +27,43 @@ ToolRun runSearch(const std::string& directory, std::vector<std::string> argumen
     return runBinary(LATOPT_SEARCH_BINARY, arguments, directory);
 }
 
-// The x of each record of a .sol text (the numbers of its first bracket), and the params column.
-struct Record {
-    std::vector<long> x;
-    std::string params;
-};
-std::vector<Record> records(const std::string& text)
+// The x of each record of a .sol text: the numbers of the first bracket of each line.
+std::vector<std::vector<long>> records(const std::string& text)
 {
-    std::vector<Record> found;
+    std::vector<std::vector<long>> found;
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
         if (line.find('[') == std::string::npos) continue;
         std::istringstream words(line.substr(line.find('[') + 1, line.find(']') - line.find('[') - 1));
-        Record record;
+        found.emplace_back();
         for (long value; words >> value;)
-            record.x.push_back(value);
-        record.params = line;
-        found.push_back(record);
+            found.back().push_back(value);
     }
     return found;
 }
 
-// A 0-1 knapsack: maximise v x subject to w x <= capacity.
+long dot(const std::vector<long>& a, const std::vector<long>& x)
+{
+    long sum = 0;
+    for (size_t j = 0; j < a.size() && j < x.size(); ++j)
+        sum += a[j] * x[j];
+    return sum;
+}
+
+// A random 0-1 knapsack: maximise v x subject to w x <= capacity, half the total weight.
 struct Knapsack {
     std::vector<long> v, w;
     long capacity = 0;
 
+    Knapsack(std::mt19937_64& random, size_t items)
+    {
+        for (size_t j = 0; j < items; ++j) {
+            v.push_back(1 + static_cast<long>(random() % 30));
+            w.push_back(1 + static_cast<long>(random() % 20));
+            capacity += w.back();
+        }
+        capacity /= 2;
+    }
     std::string text() const
     {
         auto row = [](const std::vector<long>& a) {
@@ -65,15 +76,6 @@ struct Knapsack {
         return "[ inf ]\n[ " + row(v) + " ]\n[ ]\n[ ]\n[ " + row(w) + " ]\n[ 0 ]\n[ " +
                std::to_string(capacity) + " ]\n" + row(zeros) + "\n" + row(zeros) + "\n" + row(ones) + "\n";
     }
-    long weight(const std::vector<long>& x) const { return dot(w, x); }
-    long value(const std::vector<long>& x) const { return dot(v, x); }
-    static long dot(const std::vector<long>& a, const std::vector<long>& x)
-    {
-        long sum = 0;
-        for (size_t j = 0; j < a.size() && j < x.size(); ++j)
-            sum += a[j] * x[j];
-        return sum;
-    }
     long optimum() const
     {
         long best = 0;
@@ -81,24 +83,11 @@ struct Knapsack {
             std::vector<long> x(v.size());
             for (size_t j = 0; j < v.size(); ++j)
                 x[j] = static_cast<long>(mask >> j & 1);
-            if (weight(x) <= capacity) best = std::max(best, value(x));
+            if (dot(w, x) <= capacity) best = std::max(best, dot(v, x));
         }
         return best;
     }
 };
-
-Knapsack randomKnapsack(std::mt19937_64& random, size_t items)
-{
-    Knapsack k;
-    long total = 0;
-    for (size_t j = 0; j < items; ++j) {
-        k.v.push_back(1 + static_cast<long>(random() % 30));
-        k.w.push_back(1 + static_cast<long>(random() % 20));
-        total += k.w.back();
-    }
-    k.capacity = total / 2;
-    return k;
-}
 
 class Search : public ToolSandbox {};
 
@@ -109,21 +98,24 @@ TEST_F(Search, KnapsackEndsAtTheOptimumWithRecordsTheToolKeeps)
     const auto seed = test::testSeed();
     std::mt19937_64 random(seed);
     for (long round = 0; round < test::rounds(4); ++round) {
-        const Knapsack k = randomKnapsack(random, 6 + static_cast<size_t>(round));
+        const Knapsack k(random, 6 + static_cast<size_t>(round));
         SCOPED_TRACE(test::seedTrace(seed) + ", round " + std::to_string(round) + "\n" + k.text());
         write("prog.opt", k.text());
         std::filesystem::remove(path("prog.sol"));
         const ToolRun search = runSearch(directory, {"prog.opt", "--sol=0", "--eprune=0", "--rtime=60"});
         ASSERT_EQ(search.status, 0) << search.err;
         EXPECT_NE(search.out.find("End: the whole box was enumerated"), std::string::npos) << search.out;
-        const std::vector<Record> written = records(read("prog.sol"));
+        const std::vector<std::vector<long>> written = records(read("prog.sol"));
         ASSERT_FALSE(written.empty());
         long best = 0;
-        for (const Record& record : written) {
-            EXPECT_LE(k.weight(record.x), k.capacity);
-            EXPECT_NE(record.params.find("--eprune=0 "), std::string::npos) << record.params;
-            best = std::max(best, k.value(record.x));
+        for (const std::vector<long>& x : written) {
+            EXPECT_LE(dot(k.w, x), k.capacity);
+            best = std::max(best, dot(k.v, x));
         }
+        // The parameters of the run travel with each record.
+        std::istringstream lines(read("prog.sol"));
+        for (std::string line; std::getline(lines, line);)
+            EXPECT_NE(line.find(" --eprune=0 "), std::string::npos) << line;
         EXPECT_EQ(best, k.optimum());
         EXPECT_EQ(run().status, 0);
         EXPECT_EQ(records(read("prog.sol")).size(), written.size());
@@ -155,9 +147,9 @@ TEST_F(Search, MarketSplitGetsItsSolutionOrAProofOfNone)
             }
             ASSERT_EQ(search.status, 0) << search.err;
             EXPECT_NE(search.out.find("End: the solutions asked for (sol) were found"), std::string::npos);
-            const std::vector<Record> written = records(read("prog.sol"));
+            const std::vector<std::vector<long>> written = records(read("prog.sol"));
             ASSERT_EQ(written.size(), 1U);
-            EXPECT_TRUE(instance.solves(written[0].x));
+            EXPECT_TRUE(instance.solves(written[0]));
             EXPECT_EQ(run().status, 0);
             EXPECT_EQ(records(read("prog.sol")).size(), 1U);
         }
@@ -169,7 +161,7 @@ TEST_F(Search, MarketSplitGetsItsSolutionOrAProofOfNone)
 TEST_F(Search, TimeAndSignalEndTheRunWithCompleteFiles)
 {
     std::mt19937_64 random(test::testSeed());
-    write("prog.opt", randomKnapsack(random, 40).text());
+    write("prog.opt", Knapsack(random, 40).text());
     const ToolRun counted = runSearch(directory, {"prog.opt", "--sol=0", "--iters=3"});
     ASSERT_EQ(counted.status, 0) << counted.err;
     EXPECT_NE(counted.out.find("Iterations: 3\nSeconds: "), std::string::npos) << counted.out;
