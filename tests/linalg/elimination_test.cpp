@@ -174,6 +174,22 @@ TYPED_TEST(Elimination, SignFollowsEveryExchange)
     EXPECT_TRUE(Matrix<T>(3, 3).determinant() == Constant<T>::ZERO());
 }
 
+// The transformation of an LLL run on a ten-row knapsack basis: unimodular, entries of two
+// digits, but the last pivot of its elimination in long double is 4e-11, below the zero tolerance
+// (the checkpoint of the transformation stack took it for singular).
+TYPED_TEST(Elimination, UnimodularCheckOfATenRowTransformation)
+{
+    using T = TypeParam;
+    const Matrix<T> U(
+        "[ [ 0 -6 0 -10 -8 4 8 5 3 5 ] [ 0 8 -6 -8 -8 8 0 4 -2 -3 ] [ -6 3 1 0 7 -6 11 -7 -2 -2 ]"
+        " [ -11 7 -7 8 -4 -2 -9 6 1 -3 ] [ -7 -1 -1 6 2 3 -10 2 -6 12 ] [ 5 3 16 0 -1 -8 -1 -2 -1 -7 ]"
+        " [ 1 5 -4 1 -19 -8 3 -4 -1 -2 ] [ -1 1 -12 6 -5 -6 2 4 -13 -7 ] [ -7 8 4 -11 -2 -6 -3 3 1 10 ]"
+        " [ 1 -8 -11 0 0 -11 -3 9 1 4 ] ]");
+    T determinant;
+    EXPECT_TRUE(U.unimodularCheck(determinant));
+    EXPECT_TRUE(determinant == Constant<T>::ONE());
+}
+
 // solve gives A x = b whenever rank A = rank [A | b], and false otherwise.
 TYPED_TEST(Elimination, SolveIsRightExactlyWhenConsistent)
 {

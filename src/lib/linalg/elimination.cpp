@@ -438,9 +438,38 @@ void sortRowsByNorm(Matrix<T>& A, bool ascending)
 
 } // namespace
 
+namespace {
+
+// The determinant of a long double matrix of integers below 2^53, exactly (through QQ, where the
+// elimination of integers is fraction-free): elimination in long double leaves the last pivot of
+// a unimodular matrix at 1 / (the product of the others), which falls below the zero tolerance
+// already for ten rows with entries of two digits, and the rank, and with it the determinant,
+// comes out short. False for other matrices.
+bool exactIntegerDeterminant(const Matrix<long double>& A, long double& determinant)
+{
+    for (long i = 1; i <= A.rowCount; ++i)
+        for (long j = 1; j <= A.colCount; ++j) {
+            const long double x = A[i][j];
+            if (!(fabsl(x) < 0x1p53L) || x != truncl(x)) return false;
+        }
+    determinant = Matrix<QQ>(A).determinant().toDblRounded();
+    return true;
+}
+
+bool exactIntegerDeterminant(const Matrix<QQ>& A, QQ& determinant)
+{
+    (void)A;
+    (void)determinant;
+    return false;
+}
+
+} // namespace
+
 template <class T>
 bool Matrix<T>::unimodularCheck(T& determinant) const
 {
+    // 0. A matrix of integers in long double: exactly.
+    if (exactIntegerDeterminant(*this, determinant)) return isNearUnit(determinant);
     // 1. The rows as they stand.
     determinant = this->determinant();
     if (isNearUnit(determinant)) return true;
