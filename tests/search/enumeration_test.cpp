@@ -182,7 +182,7 @@ TYPED_TEST(Enumeration, TourKeepsTheLatticeAndShortensTheFirstRow)
     std::mt19937_64 random(seed);
     const long d = std::is_same_v<R2, QQ> ? 7 : 10;
     for (long round = 0; round < test::rounds(3); ++round) {
-        const Matrix<QQ> input = contract::knapsackBasis(random, d, 8 + 4 * (round % 3));
+        const Matrix<QQ> input = contract::knapsackBasis(random, d, 10 + 10 * (round % 3));
         SCOPED_TRACE(input.toString());
         const Matrix<R1> basis(input);
         Lattice<R1, R2> lattice(&basis);
