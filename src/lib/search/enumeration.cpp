@@ -116,9 +116,9 @@ private:
 
     // The pruning factor of level i, whose node fixes depth = n - i + 1 coefficients.
     // 0 none; 1 linear, depth / n; 2 step, 1/2 for the first half of the depths (the upper
-    // levels, where the tree is narrow but each cut removes most), then 1; 3 aggressive, a
-    // curve after Gama, Nguyen and Regev's extreme pruning, min(1, 1.05 depth / n)^2, below the
-    // linear one everywhere but at the leaves, which keep the full radius.
+    // levels, where a cut removes the largest subtrees), then 1; 3 aggressive, a curve after
+    // Gama, Nguyen and Regev's extreme pruning, min(1, 1.05 depth / n)^2, below the linear one
+    // up to nine tenths of the depth. Every curve keeps the full radius at the leaves.
     R2 pruningFactor(long i) const;
     void setLimits(const R2& radius);
     // One level down to level i: its centre, and x_i the integer nearest to it.
