@@ -169,8 +169,12 @@ TEST_F(Search, TimeAndSignalEndTheRunWithCompleteFiles)
     const ToolRun timed = runSearch(directory, {"prog.opt", "--sol=0", "--rtime=1"});
     ASSERT_EQ(timed.status, 0) << timed.err;
     EXPECT_NE(timed.out.find("End: the time asked for (rtime) has passed"), std::string::npos) << timed.out;
-    const std::string script = std::string(LATOPT_SEARCH_BINARY) +
-                               " prog.opt --sol=0 --rtime=30 > out.txt & sleep 0.3; kill -TERM $!; wait $!";
+    // The signal comes 0.3 s after the first record was written (at most 5 s after the start).
+    std::filesystem::remove(path("prog.sol"));
+    const std::string script =
+        std::string(LATOPT_SEARCH_BINARY) +
+        " prog.opt --sol=0 --rtime=30 > out.txt & for i in $(seq 100); do [ -s prog.sol ] "
+        "&& break; sleep 0.05; done; sleep 0.3; kill -TERM $!; wait $!";
     const ToolRun signalled = runBinary("/bin/sh", {"sh", "-c", script}, directory);
     EXPECT_EQ(signalled.status, 0) << signalled.err;
     EXPECT_NE(read("out.txt").find("End: a signal (SIGINT / SIGTERM)"), std::string::npos) << read("out.txt");

@@ -152,14 +152,15 @@ void SearchDriver<R1, R2>::recombine()
 template <class R1, class R2>
 bool SearchDriver<R1, R2>::exhaustBox()
 {
-    // Only an unpruned enumeration covers the box: every point the program admits lies in the box
+    // The ball is searched with the pruning of eprune; only an unpruned enumeration covers it
+    // whole (complete), and with it the box: every point the program admits lies in the box
     // lTrimmed..rTrimmed of B's coordinates, so within the ball through its farthest corner,
     // sum_i max(lTrimmed_i^2, rTrimmed_i^2). An infinite bound leaves the box unbounded.
     // The target sum's column is the exception: its bounds are 0 (the lattice pulls towards the
     // middle of [ltu, rtu]), while a point whose target sum lies in [ltu, rtu], as every
     // improvement does, has a value in [-R, R] there; untrimmed, so only without trimming.
     const Params& params = lattice.params;
-    if (!params.eenum.value || params.eprune.value != 0) return false;
+    if (!params.eenum.value) return false;
     if (lattice.targetColumn && (params.scale.value || params.translate.value)) return false;
     R2 radius2 = Constant<R2>::ZERO();
     for (long i = 1; i <= lattice.dimN; ++i) {
@@ -252,8 +253,8 @@ SearchEnd SearchDriver<R1, R2>::run()
             end = endReason();
             if (end) return finish(*end);
             if (progress) continue;
-            // Nothing new: with an unpruned enumeration the whole box is searched; complete, it
-            // is a proof that nothing (better) exists.
+            // Nothing new: the ball around the box is searched; completed (without pruning), it is
+            // a proof that nothing (better) exists.
             if (exhaustBox()) return finish(SearchEnd::EXHAUSTED);
             end = endReason();
             if (end) return finish(*end);

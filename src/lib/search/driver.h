@@ -52,8 +52,8 @@ private:
     std::optional<SearchEnd> endReason() const;
     // snorm or tnorm was set and a solution (which the gate accepts only within them) was found.
     bool normsMet() const;
-    // The unpruned enumeration of the ball around the box (eenum, eprune 0); true when it was
-    // complete: no point of the box was left unvisited.
+    // The enumeration of the ball around the box (eenum; pruned as eprune says); true when it was
+    // complete, which only an unpruned one can be: no point of the box was left unvisited.
     bool exhaustBox();
     // After an iteration without progress, on the regenerated lattice: the rows sorted by length
     // or shuffled (seeded), alternately, when variate is set.
