@@ -32,7 +32,7 @@ const char* const USAGE = "Usage: latopt-search PROG.opt [--name=value ...]";
 // One line "latopt-search: <message>" on standard error, status 1.
 [[noreturn]] void refuse(const std::string& message)
 {
-    std::cerr << "latopt-search: " << message << "\n" << USAGE << "\n";
+    std::cerr << "latopt-search: " << message << "\n";
     std::exit(1);
 }
 
@@ -174,7 +174,7 @@ int main(int argc, char** argv)
         printHelp(table);
         return 0;
     }
-    if (line.optFile.empty()) refuse("no program file given");
+    if (line.optFile.empty()) refuse("no program file given (" + std::string(USAGE) + ")");
     if (!std::ifstream(line.optFile)) refuse("cannot read the program file " + line.optFile);
 
     installSearchSignalHandlers();
