@@ -35,25 +35,6 @@ int main(int argc, char** argv)
     if (argc != 2) usage(argv[0]);
     if (!String(argv[1]).endsWith(".sol")) usage(argv[0]);
 
-    // The standard, the backup and the extra lattice, built in that order on this stack.
-    YLattice<long double> run;
-    run.setFileNames(argv[1]);
-    run.readOptFile();
-    // Stored records are always parsed exactly first.
-    run.switchToXtraLatPrecision();
-    run.readStarsFromSolFile(false);
-    try {
-        run.switchToStandardLatPrecision();
-    } catch (const PrecisionException&) {
-        // The records can't come down faithfully: the run goes on in extra precision.
-    }
-    run.checkStars();
-    // Records with equal x but other parameters stay apart in the file ...
-    run.sortStars(true);
-    run.setPendingSolutionWrite(true);
-    run.writeSolFile(true);
-    // ... and merge in the report, which shows each solution once.
-    run.sortStars(false);
-    std::cout << run.outputOptStarSolutions() << LF();
+    std::cout << proveSolutionFile(argv[1]) << LF();
     return 0;
 }

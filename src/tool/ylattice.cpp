@@ -148,4 +148,26 @@ void YLattice<T>::setPendingSolutionWrite(bool pending)
 
 template class YLattice<long double>;
 
+std::string proveSolutionFile(const std::string& name)
+{
+    // The standard, the backup and the extra lattice, built in that order on this stack.
+    YLattice<long double> run;
+    run.setFileNames(name);
+    run.readOptFile();
+    // Stored records are always parsed exactly first.
+    run.switchToXtraLatPrecision();
+    run.readStarsFromSolFile(false);
+    try {
+        run.switchToStandardLatPrecision();
+    } catch (const PrecisionException&) {
+        // The records can't come down faithfully: the run goes on in extra precision.
+    }
+    run.checkStars();
+    run.sortStars(true);
+    run.setPendingSolutionWrite(true);
+    run.writeSolFile(true);
+    run.sortStars(false);
+    return run.outputOptStarSolutions();
+}
+
 } // namespace latopt

@@ -65,4 +65,10 @@ private:
     long verbosity() const;
 };
 
+// The run of the tool on a solution file (or any file of the program's name): the program read, the
+// stored records parsed exactly, proved, sorted, written back and merged; returns the report of
+// the solutions. Records with equal x but other parameters stay apart in the file, and merge in
+// the report, which shows each solution once.
+std::string proveSolutionFile(const std::string& name);
+
 } // namespace latopt

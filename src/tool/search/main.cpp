@@ -140,27 +140,6 @@ Outcome search(const CommandLine& line)
     return outcome;
 }
 
-// What `latopt PROG.sol` prints: the records proved, sorted, merged, written back and reported.
-std::string report(const std::string& optFile)
-{
-    YLattice<long double> run;
-    run.setFileNames(optFile);
-    run.readOptFile();
-    run.switchToXtraLatPrecision();
-    run.readStarsFromSolFile(false);
-    try {
-        run.switchToStandardLatPrecision();
-    } catch (const PrecisionException&) {
-        // The records stay in exact arithmetic.
-    }
-    run.checkStars();
-    run.sortStars(true);
-    run.setPendingSolutionWrite(true);
-    run.writeSolFile(true);
-    run.sortStars(false);
-    return run.outputOptStarSolutions();
-}
-
 } // namespace
 } // namespace latopt
 
@@ -192,7 +171,7 @@ int main(int argc, char** argv)
     if (outcome.end == SearchEnd::EXHAUSTED && outcome.foundNothing)
         std::cout << "No solution exists." << LF();
     else
-        std::cout << report(line.optFile) << LF();
+        std::cout << proveSolutionFile(line.optFile) << LF();
     std::cout << outcome.statistics << LF();
     std::cout << "Iterations: " << outcome.iterations << LF();
     std::cout << "Seconds: " << std::fixed << std::setprecision(3) << seconds << LF();
