@@ -16,17 +16,12 @@ namespace {
 
 namespace contract = lll_contract;
 
-template <class A, class B>
-struct Types {
-    using R1 = A;
-    using R2 = B;
-};
+using contract::Types;
 
 template <class T>
 class GramSchmidtData : public ::testing::Test {
 };
-using LatticeTypes = ::testing::Types<Types<long double, long double>, Types<long double, QQ>,
-                                      Types<QQ, long double>, Types<QQ, QQ>>;
+using LatticeTypes = contract::AllLatticeTypes;
 TYPED_TEST_SUITE(GramSchmidtData, LatticeTypes);
 
 // Against the checker's exact Gram-Schmidt from the Gram matrix: the recurrence and the modified

@@ -28,6 +28,15 @@
 
 namespace latopt::lll_contract {
 
+// The number types of one lattice instantiation, for typed tests.
+template <class A, class B>
+struct Types {
+    using R1 = A;
+    using R2 = B;
+};
+using AllLatticeTypes = ::testing::Types<Types<long double, long double>, Types<QQ, long double>,
+                                         Types<long double, QQ>, Types<QQ, QQ>>;
+
 using Rows = std::vector<std::vector<QQ>>;
 
 struct Options {

@@ -16,11 +16,7 @@ namespace {
 
 namespace contract = lll_contract;
 
-template <class A, class B>
-struct Types {
-    using R1 = A;
-    using R2 = B;
-};
+using contract::Types;
 
 // A standalone reduction: no offers, a budget that doesn't cut, lll(1, 0, 0) until every row
 // has passed its exchange test. Under consistency TT[1] collects U.

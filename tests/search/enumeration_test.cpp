@@ -20,17 +20,12 @@ namespace {
 
 namespace contract = lll_contract;
 
-template <class A, class B>
-struct Types {
-    using R1 = A;
-    using R2 = B;
-};
+using contract::Types;
 
 template <class T>
 class Enumeration : public ::testing::Test {
 };
-using LatticeTypes = ::testing::Types<Types<long double, long double>, Types<QQ, long double>,
-                                      Types<long double, QQ>, Types<QQ, QQ>>;
+using LatticeTypes = contract::AllLatticeTypes;
 TYPED_TEST_SUITE(Enumeration, LatticeTypes);
 
 long long integer(const QQ& x)
