@@ -371,11 +371,12 @@ EnumerationResult<R1, R2> enumerateBlock(Lattice<R1, R2>& lattice, long k, long 
 }
 
 template <class R1, class R2>
-EnumerationResult<R1, R2> enumerateBall(Lattice<R1, R2>& lattice, const R2& radius2, const StopRequest& stop)
+EnumerationResult<R1, R2> enumerateBall(Lattice<R1, R2>& lattice, const R2& radius2, const StopRequest& stop,
+                                        long pruning)
 {
     Enumerator<R1, R2> enumerator(lattice, 1, lattice.dimB, stop);
     enumerator.mode = RadiusMode::BALL;
-    enumerator.pruning = lattice.params.eprune.value;
+    enumerator.pruning = pruning >= 0 ? pruning : lattice.params.eprune.value;
     std::vector<long> best;
     if (lattice.dimB == 0) {
         EnumerationResult<R1, R2> empty;
@@ -387,10 +388,10 @@ EnumerationResult<R1, R2> enumerateBall(Lattice<R1, R2>& lattice, const R2& radi
 }
 
 template <class R1, class R2>
-bool bkzTour(Lattice<R1, R2>& lattice, const StopRequest& stop)
+bool bkzTour(Lattice<R1, R2>& lattice, const StopRequest& stop, long blockSize)
 {
     static const R2 DELTA = Constant<R2>::DELTA();
-    const long beta = std::max(2L, lattice.params.beta.value);
+    const long beta = std::max(2L, blockSize > 0 ? blockSize : lattice.params.beta.value);
     bool replaced = false;
     for (long k = 1; k < lattice.dimB; ++k) {
         if (lattice.runEnded || (stop && stop())) break;
@@ -417,8 +418,8 @@ bool bkzTour(Lattice<R1, R2>& lattice, const StopRequest& stop)
 #define LATOPT_ENUMERATION(R1, R2)                                                                           \
     template EnumerationResult<R1, R2> enumerateBlock(Lattice<R1, R2>&, long, long, const R2&, bool,         \
                                                       const StopRequest&);                                   \
-    template EnumerationResult<R1, R2> enumerateBall(Lattice<R1, R2>&, const R2&, const StopRequest&);       \
-    template bool bkzTour(Lattice<R1, R2>&, const StopRequest&);
+    template EnumerationResult<R1, R2> enumerateBall(Lattice<R1, R2>&, const R2&, const StopRequest&, long); \
+    template bool bkzTour(Lattice<R1, R2>&, const StopRequest&, long);
 LATOPT_ENUMERATION(long double, long double)
 LATOPT_ENUMERATION(long double, QQ)
 LATOPT_ENUMERATION(QQ, long double)

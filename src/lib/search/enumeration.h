@@ -45,20 +45,20 @@ EnumerationResult<R1, R2> enumerateBlock(Lattice<R1, R2>& lattice, long k, long 
 
 // Every lattice vector of squared length at most radius2 (in the coordinates of B), one of each
 // pair v, -v, offered to the gate, without pruning when eprune is 0 (otherwise pruned as
-// enumerateBlock); btime does not apply. The radius stays fixed; leaves counts the vectors
-// within it, each measured exactly (the tree is searched a relative 10^-9 wider, so that rounding
-// of long double Gram-Schmidt data loses none on the rim), and coefficients / squaredNorm
-// give the shortest of them. complete tells whether every such vector was reached (no pruning
-// cut, no stop, no end of the run, no dependent row). Every point the program admits is a vector
-// within the box lTrimmed..rTrimmed of B's coordinates, so within the radius of the box, the sum
-// over the columns of max(lTrimmed_i^2, rTrimmed_i^2); with bounds symmetric column by column
-// (and no trimming) that is max(l * l, r * r), but where they are not, max(l * l, r * r) may be
-// smaller and miss points.
+// enumerateBlock, or as pruning says when it is 0 or more); btime does not apply. The radius stays fixed;
+// leaves counts the vectors within it, each measured exactly (the tree is searched a relative 10^-9 wider, so
+// that rounding of long double Gram-Schmidt data loses none on the rim), and coefficients / squaredNorm give
+// the shortest of them. complete tells whether every such vector was reached (no pruning cut, no stop, no end
+// of the run, no dependent row). Every point the program admits is a vector within the box lTrimmed..rTrimmed
+// of B's coordinates, so within the radius of the box, the sum over the columns of max(lTrimmed_i^2,
+// rTrimmed_i^2); with bounds symmetric column by column (and no trimming) that is max(l * l, r * r), but
+// where they are not, max(l * l, r * r) may be smaller and miss points.
 template <class R1, class R2>
-EnumerationResult<R1, R2> enumerateBall(Lattice<R1, R2>& lattice, const R2& radius2, const StopRequest& stop);
+EnumerationResult<R1, R2> enumerateBall(Lattice<R1, R2>& lattice, const R2& radius2, const StopRequest& stop,
+                                        long pruning = -1);
 
-// One tour of block reduction with blocks of beta rows (parameter beta): for k = 1 .. dimB - 1 the
-// shortest vector of block k..min(k + beta - 1, dimB) replaces the basis at row k when it is
+// One tour of block reduction with blocks of beta rows (the parameter beta unless blockSize > 0): for k = 1
+// .. dimB - 1 the shortest vector of block k..min(k + beta - 1, dimB) replaces the basis at row k when it is
 // shorter than b*_k by the factor of the reduction, by unimodular row operations
 // (addRowMultiple, swapVectors: mirrored on the transformation stack), then the basis is reduced
 // again with lll(1, e, e) under an unlimited lllStepBudget. The vector goes in by Euclid on its
@@ -67,6 +67,6 @@ EnumerationResult<R1, R2> enumerateBall(Lattice<R1, R2>& lattice, const R2& radi
 // dependent row (lll keeps those behind the independent ones). lll offers rows to the gate, which
 // may throw RestartException: it passes to the caller.
 template <class R1, class R2>
-bool bkzTour(Lattice<R1, R2>& lattice, const StopRequest& stop);
+bool bkzTour(Lattice<R1, R2>& lattice, const StopRequest& stop, long blockSize = 0);
 
 } // namespace latopt
