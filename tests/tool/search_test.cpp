@@ -190,6 +190,12 @@ TEST_F(Search, RefusesBadParametersAndListsEveryOne)
     const ToolRun malformed = runSearch(directory, {"prog.opt", "--beta"});
     EXPECT_EQ(malformed.status, 1);
     EXPECT_EQ(malformed.err, "\n*** FAIL: Malformed parameter: beta\n");
+    // A value the type can't take whole is refused, not read as far as it goes (0, 1).
+    for (const char* token : {"--beta=abc", "--sol=1.5", "--rtime=5s"}) {
+        const ToolRun refused = runSearch(directory, {"prog.opt", token});
+        EXPECT_EQ(refused.status, 1);
+        EXPECT_EQ(refused.err, "\n*** FAIL: Malformed parameter: " + std::string(token + 2) + "\n");
+    }
     const ToolRun unknown = runSearch(directory, {"prog.opt", "--gamma=3"});
     EXPECT_EQ(unknown.status, 1);
     EXPECT_EQ(unknown.err, "\n*** FAIL: Unknown parameter: gamma\n");

@@ -179,6 +179,17 @@ void Param<T>::svalChangeCallbackHack()
     stream >> value;
 }
 
+template <class T>
+bool Param<T>::holdsWellFormedText() const
+{
+    const std::string text = sval.get();
+    if (text == "-inf" || text == "inf") return true;
+    std::istringstream stream(text);
+    T probe{};
+    stream >> probe;
+    return !stream.fail() && (stream >> std::ws).eof();
+}
+
 // MutexParam<T>
 
 template <class T>

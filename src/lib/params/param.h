@@ -55,6 +55,10 @@ public:
     virtual bool isBoolean() const { return false; }
     // Brings sval into the typed value; a bare ParamInfo has none.
     virtual void svalChangeCallback() {}
+    // The text is a value of the parameter's type as a whole ("inf", "-inf", or what operator>>
+    // reads up to its end). The reader itself takes any text (operator>> keeps what it could
+    // read); a command line checks with this that nothing was lost.
+    virtual bool holdsWellFormedText() const { return true; }
 
     // The texts differ. Each text is read under its own lock; no lock is held across both.
     bool operator!=(const ParamInfo& other) const { return sval.get() != other.sval.get(); }
@@ -102,6 +106,7 @@ public:
 
     bool isBoolean() const override;
     void svalChangeCallback() override { svalChangeCallbackHack(); }
+    bool holdsWellFormedText() const override;
     // Reads sval under its lock: "-inf" and "inf" give the infinities of long double converted
     // to T; any other text is parsed with operator>> into T.
     void svalChangeCallbackHack();

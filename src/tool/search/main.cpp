@@ -62,11 +62,19 @@ CommandLine readCommandLine(int argc, char** argv, Params& table)
     return line;
 }
 
+// The tokens one by one through the table's reader. A value the parameter's type can't take
+// whole ("--beta=abc", "--sol=1.5") is malformed like a token without "=": the reader alone
+// would keep what it could read of it (0, 1) silently.
 void applyParameters(Params& params, const std::string& row)
 {
-    if (row.empty()) return;
     std::istringstream stream(row);
-    params.unserialize(stream);
+    for (std::string token; stream >> token;) {
+        std::istringstream one(token);
+        params.unserialize(one);
+        const long entry = params.registry.indexOf(token.substr(2, token.find('=') - 2));
+        if (entry != 0 && !params.registry[entry].right->holdsWellFormedText())
+            fatal("Malformed parameter: " + token.substr(2));
+    }
 }
 
 // Every parameter with its default and its help text, in the order of the table.
