@@ -109,19 +109,6 @@ inline QQ expectedQQ(Fraction f)
     return q;
 }
 
-// The value of a finite QQ of small fields, read from the limbs.
-inline Fraction fractionOf(QQ const& q)
-{
-    auto read = [](ZZ const& z) {
-        Int128 value = 0;
-        for (long i = z.MN; i >= 1; --i)
-            value = value * ZZ::BASE + z.limbs()[i];
-        return value;
-    };
-    const Int128 n = read(q.ganze) * read(q.nenner) + read(q.zaehler);
-    return Fraction(q.isPositive ? n : -n, read(q.nenner));
-}
-
 inline std::string fields(QQ const& q)
 {
     std::ostringstream out;

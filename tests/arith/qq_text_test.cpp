@@ -77,30 +77,6 @@ TEST(QqText, EveryFormReadsToItsValue)
     EXPECT_TRUE(near(root * root, QQ(160), "1/100000000"));
 }
 
-TEST(QqText, ShortDecimalsMatchTheirFractions)
-{
-    const unsigned long long seed = testSeed() + 10;
-    SCOPED_TRACE(seedTrace(seed));
-    std::mt19937_64 engine(seed);
-    for (long round = 0; round < rounds(500); ++round) {
-        const Int128 integer = magnitude(randomBelow(engine, 1 + static_cast<int>(engine() % 12)));
-        // Up to nine digits behind the point after its leading zeroes, at least one of them nonzero.
-        std::string digits(engine() % 4, '0');
-        const int length = 1 + static_cast<int>(engine() % 9);
-        for (int i = 0; i < length; ++i)
-            digits += static_cast<char>('0' + engine() % 10);
-        if (digits.find_first_not_of('0') == std::string::npos) digits.back() = '3';
-        Int128 power = 1;
-        for (size_t i = 0; i < digits.size(); ++i)
-            power *= 10;
-        const bool negative = (engine() & 1) != 0;
-        const std::string text = (negative ? "-" : "") + toText(integer) + "." + digits;
-        SCOPED_TRACE(text);
-        const Fraction value(integer * power + std::stoll(digits), power);
-        EXPECT_TRUE(sameQQ(QQ(text.c_str()), expectedQQ(negative ? Fraction(-value.num, value.den) : value)));
-    }
-}
-
 // Long decimals against the reduction of their fraction by Euclid: integer + D / 10^(k + digits of
 // D), D the digits behind the point and its k leading zeroes with its low zeroes removed. D is
 // often a multiple of a high power of 2 or 5, which the reader divides out without a Euclid.

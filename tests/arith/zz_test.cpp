@@ -214,25 +214,6 @@ TEST(ZzAgainstInt128, ArithmeticCompareGcdAndTextOfValuesThatFit)
     EXPECT_EQ(ZZ(-7) % ZZ(-2), ZZ(-3));
 }
 
-TEST(ZzDiv, RebuildsTheDividendWithSignedRemainderBelowTheDivisor)
-{
-    RandomZZ random(testSeed() + 3);
-    SCOPED_TRACE(seedTrace(testSeed() + 3));
-    for (long round = 0; round < rounds(400); ++round) {
-        const ZZ a = random.limbs(random.between(1, 120));
-        const ZZ b = random.limbs(random.between(1, 60));
-        ZZ q, r;
-        ZZ::div(a, b, q, r);
-        EXPECT_TRUE(isNormal(q));
-        EXPECT_TRUE(isNormal(r));
-        EXPECT_EQ(q * b + r, a);
-        EXPECT_EQ(a - r, q * b);
-        EXPECT_LT(Math::abs(r), Math::abs(b));
-        EXPECT_TRUE(r.isZero() || r.isPositive == a.isPositive);
-        EXPECT_TRUE(q.isZero() || q.isPositive == (a.isPositive == b.isPositive));
-    }
-}
-
 // a = q b + r with chosen q and r: divisors whose scaled top limbs sit at the edges of the digit
 // estimate, and random ones; quotients of one limb and remainders 0, 1, b - 1 drive the
 // corrections of the estimate.
@@ -306,15 +287,17 @@ TEST(ZzMul, KaratsubaEqualsSchoolOnBothSidesOfTheThreshold)
     EXPECT_TRUE(isNormal(product));
 }
 
-// Every three-operand operation gives the same result when the result object is an operand.
-TEST(ZzAliasing, ResultMayBeAnyOperand)
+// On operands of up to 80 limbs: every three-operand operation gives the same result when the
+// result object is an operand, and the division rebuilds the dividend with a remainder below the
+// divisor (dividends shorter and longer than the divisor, or the divisor itself).
+TEST(ZzAliasing, ResultMayBeAnyOperandAndDivisionRebuildsTheDividend)
 {
     RandomZZ random(testSeed() + 6);
     SCOPED_TRACE(seedTrace(testSeed() + 6));
     using Operation = void (*)(ZZ const&, ZZ const&, ZZ&);
     const Operation operations[] = {ZZ::add, ZZ::sub, ZZ::mul, ZZ::schul_mul, ZZ::karatsuba_mul};
-    for (long round = 0; round < rounds(40); ++round) {
-        const ZZ a = random.limbs(random.between(1, 40));
+    for (long round = 0; round < rounds(200); ++round) {
+        const ZZ a = random.limbs(random.between(1, 80));
         const ZZ b = random.coin() ? random.limbs(random.between(1, 40)) : a;
         for (Operation operation : operations) {
             ZZ fresh;
@@ -331,8 +314,14 @@ TEST(ZzAliasing, ResultMayBeAnyOperand)
             operation(both, both, both);
             EXPECT_EQ(both, square);
         }
+        // Division: a = q b + r, |r| < |b|, r with the sign of a, q with the sign of a b.
         ZZ q, r;
         ZZ::div(a, b, q, r);
+        EXPECT_TRUE(isNormal(q) && isNormal(r));
+        EXPECT_EQ(q * b + r, a);
+        EXPECT_LT(Math::abs(r), Math::abs(b));
+        EXPECT_TRUE(r.isZero() || r.isPositive == a.isPositive);
+        EXPECT_TRUE(q.isZero() || q.isPositive == (a.isPositive == b.isPositive));
         ZZ qa(a), rb(b);
         ZZ::div(qa, rb, qa, rb);
         EXPECT_EQ(qa, q);
@@ -406,25 +395,16 @@ TEST(ZzShift, DecimalShiftsFollowTheText)
         EXPECT_EQ(right, parse(cut.c_str())) << text << " >> " << n;
         EXPECT_EQ(right.isPositive, parse(cut.c_str()).isPositive);
         EXPECT_TRUE(cut == "-" || isNormal(right));
+        // A limb is nine digits: shifting by whole limbs is shifting by nine times as many digits.
+        ZZ limbs(x);
+        limbs.base_lshift(n / 9);
+        EXPECT_EQ(str(limbs), text + std::string(n / 9 * 9, '0'));
+        limbs.base_rshift(n / 9);
+        EXPECT_EQ(limbs, x);
     }
     ZZ zero(0);
     zero.decimal_lshift(5);
     EXPECT_TRUE(isNormal(zero));
-}
-
-TEST(ZzShift, BaseShiftsMultiplyAndDivideByPowersOfTheBase)
-{
-    RandomZZ random(testSeed() + 1);
-    SCOPED_TRACE(seedTrace(testSeed() + 1));
-    for (long round = 0; round < rounds(100); ++round) {
-        const ZZ x = random.limbs(random.between(1, 8));
-        const long n = random.between(0, 5);
-        ZZ shifted(x);
-        shifted.base_lshift(n);
-        EXPECT_EQ(shifted, x * power(ZZ(ZZ::BASE), ZZ(n)));
-        shifted.base_rshift(n);
-        EXPECT_EQ(shifted, x);
-    }
 }
 
 TEST(ZzPow, MatchesRepeatedMultiplication)
