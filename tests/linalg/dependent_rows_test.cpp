@@ -17,6 +17,7 @@ namespace {
 
 using testing_support::expectFail;
 using testing_support::hermiteForm;
+using testing_support::identity;
 using testing_support::rounds;
 using testing_support::seedTrace;
 using testing_support::testSeed;
@@ -160,9 +161,7 @@ TYPED_TEST(DependentRowCases, ZerofyRowMirrorsOnTheTransformation)
     for (long round = 0; round < rounds(40); ++round) {
         Matrix<QQ> exact = rowsWithDependencies(random);
         const Matrix<T> original(exact);
-        Matrix<T> C(original), transform(C.rowCount, C.rowCount);
-        for (long i = 1; i <= C.rowCount; ++i)
-            transform[i][i] = Constant<T>::ONE();
+        Matrix<T> C(original), transform = identity<T>(C.rowCount);
         const long z = C.zerofyRow(&transform);
         EXPECT_EQ(written(Matrix<QQ>(transform * original)), written(Matrix<QQ>(C)));
         const long rank = hermiteForm(exact).rowCount;

@@ -23,35 +23,13 @@ using testing_support::randomMatrixOfRank;
 using testing_support::referenceRank;
 using testing_support::referenceRref;
 using testing_support::rounds;
+using testing_support::same;
 using testing_support::seedTrace;
 using testing_support::testSeed;
 using testing_support::toNumbers;
 
-// Exact in QQ; in long double within 10^-9 relative to the larger magnitude (elimination on
-// small fractions loses far less).
-::testing::AssertionResult close(const QQ& a, const QQ& b)
-{
-    if (a == b) return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << a << " != " << b;
-}
-
-::testing::AssertionResult close(long double a, long double b)
-{
-    if (fabsl(a - b) <= 1e-9L * std::max(1.0L, std::max(fabsl(a), fabsl(b))))
-        return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << static_cast<double>(a) << " != " << static_cast<double>(b);
-}
-
-template <class T>
-::testing::AssertionResult close(const Matrix<T>& a, const Matrix<T>& b)
-{
-    if (a.rowCount != b.rowCount || a.colCount != b.colCount)
-        return ::testing::AssertionFailure() << "shapes differ";
-    for (long i = 1; i <= a.rowCount; ++i)
-        for (long j = 1; j <= a.colCount; ++j)
-            if (!close(a[i][j], b[i][j])) return close(a[i][j], b[i][j]) << " at (" << i << ", " << j << ")";
-    return ::testing::AssertionSuccess();
-}
+// Elimination on small fractions keeps long doubles within 10^-9 relative.
+constexpr long double TOLERANCE = 1e-9L;
 
 template <class T>
 T fromExact(const QQ& x)
@@ -85,20 +63,20 @@ TYPED_TEST(Elimination, EchelonFormsAgreeWithReference)
         Array<long> pivots;
         const long result = R.normierte_zeilenstufenform(Tr, Nr, pivots);
         EXPECT_EQ(std::labs(result), rank);
-        EXPECT_TRUE(close(R, toNumbers<T>(reference.R)));
-        EXPECT_TRUE(close(Tr * A, R));
+        EXPECT_TRUE(same(R, toNumbers<T>(reference.R), TOLERANCE));
+        EXPECT_TRUE(same(Tr * A, R, TOLERANCE));
         ASSERT_EQ(pivots.MN, rank);
         for (long i = 1; i <= rank; ++i)
             EXPECT_EQ(pivots[i], reference.pivots[i - 1]);
         ASSERT_EQ(Nr.rowCount, n - rank);
         if (n > rank) {
-            EXPECT_TRUE(close(A * Nr.transpose(), Matrix<T>(m, n - rank)));
+            EXPECT_TRUE(same(A * Nr.transpose(), Matrix<T>(m, n - rank), TOLERANCE));
         }
 
         Matrix<T> E(A), S;
         const long signedRank = E.row_echelon_form(S, false);
         EXPECT_EQ(std::labs(signedRank), rank);
-        EXPECT_TRUE(close(S * A, E));
+        EXPECT_TRUE(same(S * A, E, TOLERANCE));
         long previous = 0;
         for (long i = 1; i <= m; ++i) {
             long leading = 1;
@@ -109,7 +87,7 @@ TYPED_TEST(Elimination, EchelonFormsAgreeWithReference)
         }
         // Tr of the plain form is a product of exchanges and unit lower eliminations.
         const T detTr = cofactorDeterminant(S);
-        EXPECT_TRUE(close(Math::abs(detTr), Constant<T>::ONE()));
+        EXPECT_TRUE(same(Math::abs(detTr), Constant<T>::ONE(), TOLERANCE));
         if (rank > 0) {
             EXPECT_EQ(signedRank < 0, detTr < Constant<T>::ZERO());
         }
@@ -131,7 +109,7 @@ TYPED_TEST(Elimination, DeterminantAgreesWithCofactorExpansion)
         const Matrix<T> A = toNumbers<T>(exactA);
         const QQ expected = cofactorDeterminant(exactA);
         const T computed = A.determinant();
-        EXPECT_TRUE(close(computed, fromExact<T>(expected))) << "n = " << n;
+        EXPECT_TRUE(same(computed, fromExact<T>(expected), TOLERANCE)) << "n = " << n;
         if (expected.isZero()) {
             EXPECT_TRUE(computed == Constant<T>::ZERO());
         }
@@ -156,7 +134,7 @@ TYPED_TEST(Elimination, DeterminantAgreesWithCofactorExpansion)
             const T exact = cofactorDeterminant(*M); // of integers: exact in long double too
             EXPECT_EQ(M->unimodularCheck(determinant), Math::abs(exact) == Constant<T>::ONE());
             // The determinant of the last row order tried: its sign may differ.
-            EXPECT_TRUE(close(Math::abs(determinant), Math::abs(exact)));
+            EXPECT_TRUE(same(Math::abs(determinant), Math::abs(exact), TOLERANCE));
         }
     }
 }
@@ -170,7 +148,7 @@ TYPED_TEST(Elimination, SignFollowsEveryExchange)
     EXPECT_TRUE(Matrix<T>("[ [ 0 1 ] [ 1 0 ] ]").determinant() == -Constant<T>::ONE());
     Matrix<T> Z(2, 3), Tr;
     EXPECT_EQ(Z.row_echelon_form(Tr, true), 0);
-    EXPECT_TRUE(close(Tr, Matrix<T>("[ [ 1 0 ] [ 0 1 ] ]")));
+    EXPECT_TRUE(same(Tr, Matrix<T>("[ [ 1 0 ] [ 0 1 ] ]"), TOLERANCE));
     EXPECT_TRUE(Matrix<T>(3, 3).determinant() == Constant<T>::ZERO());
 }
 
@@ -219,7 +197,7 @@ TYPED_TEST(Elimination, SolveIsRightExactlyWhenConsistent)
         ASSERT_EQ(x.MN, n);
         const Vector<T> product = A * x;
         for (long i = 1; i <= m; ++i)
-            EXPECT_TRUE(close(product[i], b[i]));
+            EXPECT_TRUE(same(product[i], b[i], TOLERANCE));
     }
 }
 

@@ -17,30 +17,13 @@ using testing_support::randomExactVector;
 using testing_support::randomMatrixOfRank;
 using testing_support::referenceRank;
 using testing_support::rounds;
+using testing_support::same;
 using testing_support::seedTrace;
 using testing_support::testSeed;
 using testing_support::toNumbers;
 
-// Exact in QQ, within 10^-9 relative in long double.
-bool close(const QQ& a, const QQ& b)
-{
-    return a == b;
-}
-
-bool close(long double a, long double b)
-{
-    return fabsl(a - b) <= 1e-9L * std::max(1.0L, std::max(fabsl(a), fabsl(b)));
-}
-
-template <class T>
-bool closeRows(const Matrix<T>& a, const Matrix<T>& b)
-{
-    if (a.rowCount != b.rowCount || a.colCount != b.colCount) return false;
-    for (long i = 1; i <= a.rowCount; ++i)
-        for (long j = 1; j <= a.colCount; ++j)
-            if (!close(a[i][j], b[i][j])) return false;
-    return true;
-}
+// Elimination on small fractions keeps long doubles within 10^-9 relative.
+constexpr long double TOLERANCE = 1e-9L;
 
 template <class T>
 class Gauss : public ::testing::Test {
@@ -83,7 +66,7 @@ TYPED_TEST(Gauss, FactorsReproduceThePermutedMatrix)
         for (long i = 2; i <= n; ++i)
             for (long j = 1; j < i; ++j)
                 EXPECT_TRUE(U[i][j] == Constant<T>::ZERO());
-        EXPECT_TRUE(closeRows(L * U, PA)) << "round " << round;
+        EXPECT_TRUE(same(L * U, PA, TOLERANCE)) << "round " << round;
         long pivots = 0;
         for (long j = 1; j <= n; ++j)
             pivots += U[j][j] == Constant<T>::ZERO() ? 0 : 1;
@@ -131,7 +114,7 @@ TYPED_TEST(Gauss, SolversAreRightExactlyWhenConsistent)
         ASSERT_EQ(x.MN, unknowns);
         const Vector<T> product = left ? x * A : A * x;
         for (long i = 1; i <= equations; ++i)
-            EXPECT_TRUE(close(product[i], b[i])) << "round " << round << ", entry " << i;
+            EXPECT_TRUE(same(product[i], b[i], TOLERANCE)) << "round " << round << ", entry " << i;
     }
 }
 

@@ -14,6 +14,7 @@ namespace latopt {
 namespace {
 
 using testing_support::expectFail;
+using testing_support::identity;
 using testing_support::randomMatrix;
 using testing_support::randomVector;
 using testing_support::rounds;
@@ -21,15 +22,6 @@ using testing_support::same;
 using testing_support::seedTrace;
 using testing_support::testSeed;
 using testing_support::written;
-
-template <class T>
-Matrix<T> identity(long n)
-{
-    Matrix<T> m(n, n);
-    for (long i = 1; i <= n; ++i)
-        m[i][i] = Constant<T>::ONE();
-    return m;
-}
 
 template <class T>
 class MatrixAlgebra : public ::testing::Test {

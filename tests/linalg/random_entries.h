@@ -61,43 +61,52 @@ Matrix<T> randomMatrix(std::mt19937_64& random, long rows, long cols)
     return m;
 }
 
-// Exact in QQ; in long double within a relative 10^-12 of the larger magnitude (the identities
-// tested round differently on each side).
-inline ::testing::AssertionResult same(const QQ& a, const QQ& b)
+// Exact in QQ; in long double within a relative tolerance of the larger magnitude (10^-12 for
+// identities that round differently on each side, looser for eliminations).
+inline ::testing::AssertionResult same(const QQ& a, const QQ& b, long double = 0)
 {
     if (a == b) return ::testing::AssertionSuccess();
     return ::testing::AssertionFailure() << a << " != " << b;
 }
 
-inline ::testing::AssertionResult same(long double a, long double b)
+inline ::testing::AssertionResult same(long double a, long double b, long double tolerance = 1e-12L)
 {
     const long double scale = std::max(1.0L, std::max(fabsl(a), fabsl(b)));
-    if (fabsl(a - b) <= 1e-12L * scale) return ::testing::AssertionSuccess();
+    if (fabsl(a - b) <= tolerance * scale) return ::testing::AssertionSuccess();
     return ::testing::AssertionFailure() << static_cast<double>(a) << " != " << static_cast<double>(b);
 }
 
 template <class T>
-::testing::AssertionResult same(const Vector<T>& a, const Vector<T>& b)
+::testing::AssertionResult same(const Vector<T>& a, const Vector<T>& b, long double tolerance = 1e-12L)
 {
     if (a.MN != b.MN) return ::testing::AssertionFailure() << "dimensions " << a.MN << " and " << b.MN;
     for (long i = 1; i <= a.MN; ++i) {
-        ::testing::AssertionResult entry = same(a[i], b[i]);
+        ::testing::AssertionResult entry = same(a[i], b[i], tolerance);
         if (!entry) return entry << " at entry " << i;
     }
     return ::testing::AssertionSuccess();
 }
 
 template <class T>
-::testing::AssertionResult same(const Matrix<T>& a, const Matrix<T>& b)
+::testing::AssertionResult same(const Matrix<T>& a, const Matrix<T>& b, long double tolerance = 1e-12L)
 {
     if (a.rowCount != b.rowCount || a.colCount != b.colCount)
         return ::testing::AssertionFailure()
                << "shapes " << a.rowCount << "x" << a.colCount << " and " << b.rowCount << "x" << b.colCount;
     for (long i = 1; i <= a.rowCount; ++i) {
-        ::testing::AssertionResult row = same(a[i], b[i]);
+        ::testing::AssertionResult row = same(a[i], b[i], tolerance);
         if (!row) return row << " in row " << i;
     }
     return ::testing::AssertionSuccess();
+}
+
+template <class T>
+Matrix<T> identity(long n)
+{
+    Matrix<T> m(n, n);
+    for (long i = 1; i <= n; ++i)
+        m[i][i] = Constant<T>::ONE();
+    return m;
 }
 
 // The action ends the process with "*** FAIL: message" on stderr and exit code 1.
