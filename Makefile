@@ -6,6 +6,7 @@
 #   make bench-lll   times latopt-reduce against fplll's LLL on generated lattices (Release)
 #   make bench-gate  times latopt-lab reduce with and without offers to the candidate gate (Release)
 #   make bench-aardal  times the Aardal stage of the embedding on market split instances (Release)
+#   make bench-search  times latopt-search beside CBC and fplll's BKZ on market split instances (Release)
 #   make fuzz  builds the libFuzzer targets (clang) and runs each for FUZZ_SECONDS (600)
 BUILD      ?= build
 BUILD_TYPE ?= Release
@@ -15,7 +16,7 @@ WERROR     := $(if $(CI),ON,OFF)
 CMAKE_ARGS := -G $(GENERATOR) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DLATOPT_WERROR=$(WERROR)
 JOBS       ?= 2
 
-.PHONY: run test bench bench-tool bench-read bench-lll bench-gate bench-aardal fuzz deps configure build clean format
+.PHONY: run test bench bench-tool bench-read bench-lll bench-gate bench-aardal bench-search fuzz deps configure build clean format
 
 run: build
 	@mkdir -p $(BUILD)/run
@@ -58,6 +59,12 @@ bench-aardal:
 	cmake -S . -B $(BUILD)-bench $(CMAKE_ARGS) -DCMAKE_BUILD_TYPE=Release -DLATOPT_BENCH=ON -DLATOPT_TESTS=OFF
 	cmake --build $(BUILD)-bench -j $(JOBS) --target bench_aardal_stage
 	$(BUILD)-bench/bin/bench_aardal_stage
+
+bench-search:
+	@./.ci/deps bench
+	cmake -S . -B $(BUILD)-bench $(CMAKE_ARGS) -DCMAKE_BUILD_TYPE=Release -DLATOPT_TESTS=OFF
+	cmake --build $(BUILD)-bench -j $(JOBS) --target latopt_search_tool latopt_tool
+	bench/search_vs_solvers.sh --bin $(BUILD)-bench/bin
 
 # Each fuzz target for FUZZ_SECONDS from the committed corpus; FUZZ=name runs one of them.
 FUZZ_SECONDS ?= 600
