@@ -11,6 +11,7 @@
 #include "arith/qq.h"
 #include "base/log.h"
 #include "lattice/lattice.h"
+#include "lattice/lll_to_the_end.h"
 
 #include <algorithm>
 #include <cmath>
@@ -37,15 +38,7 @@ template <class R1, class R2>
 void reduceRound(Lattice<R1, R2>& L, long r)
 {
     L.sortEuklid(r);
-    for (;;) {
-        L.lllStepBudget = 1L << 40;
-        const long tests = L.exchangeTestCount;
-        L.lll(1, r, r);
-        bool done = true;
-        for (long i = 1; i < r && done; ++i)
-            done = (L.rowState[i] & Lattice<R1, R2>::EXCHANGE_TESTED) != 0;
-        if (done || L.exchangeTestCount == tests) break;
-    }
+    lllToTheEnd(L, r, 1L << 40, nullptr);
     L.sortEuklid(r);
     L.checkFixByTransformation(true, true);
 }

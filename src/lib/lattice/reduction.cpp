@@ -8,6 +8,7 @@
 #include "base/exceptions.h"
 #include "base/log.h"
 #include "lattice/lattice.h"
+#include "lattice/lll_to_the_end.h"
 #include "lattice/reduction_numbers.h"
 
 #include <algorithm>
@@ -522,6 +523,22 @@ void Lattice<R1, R2>::scale(long i, const R1& s)
         rowState[x] = 0;
 }
 
+template <class R1, class R2>
+bool lllToTheEnd(Lattice<R1, R2>& lattice, long m, long budget, const std::function<bool()>& stop)
+{
+    const long last = m == 0 ? lattice.dimB : m;
+    for (;;) {
+        if (lattice.runEnded || (stop && stop())) return false;
+        lattice.lllStepBudget = budget;
+        const long tests = lattice.exchangeTestCount;
+        lattice.lll(1, m, m);
+        bool tested = true;
+        for (long i = 1; i < last && tested; ++i)
+            tested = (lattice.rowState[i] & Lattice<R1, R2>::EXCHANGE_TESTED) != 0;
+        if (tested || lattice.exchangeTestCount == tests) return !lattice.runEnded;
+    }
+}
+
 #define LATOPT_REDUCTION_MEMBERS(R1, R2)                                                                     \
     template void Lattice<R1, R2>::offerRow(long);                                                           \
     template void Lattice<R1, R2>::invalidateRowsFrom(long);                                                 \
@@ -536,7 +553,8 @@ void Lattice<R1, R2>::scale(long i, const R1& s)
     template void Lattice<R1, R2>::addRowMultiple(long, long, const R1&);                                    \
     template long Lattice<R1, R2>::lll(long, long, long);                                                    \
     template void Lattice<R1, R2>::sortEuklid(long);                                                         \
-    template void Lattice<R1, R2>::scale(long, const R1&);
+    template void Lattice<R1, R2>::scale(long, const R1&);                                                   \
+    template bool lllToTheEnd(Lattice<R1, R2>&, long, long, const std::function<bool()>&);
 LATOPT_REDUCTION_MEMBERS(long double, long double)
 LATOPT_REDUCTION_MEMBERS(long double, QQ)
 LATOPT_REDUCTION_MEMBERS(QQ, long double)

@@ -10,6 +10,7 @@
 #include "arith/precision.h"
 #include "base/exceptions.h"
 #include "base/log.h"
+#include "lattice/lll_to_the_end.h"
 #include "os/generator.h"
 
 #include <chrono>
@@ -97,19 +98,10 @@ bool SearchDriver<R1, R2>::iterate()
     // 1. LLL until every row has passed its exchange test, in calls of a bounded number of tests
     //    so that an end criterion is seen between two of them. A call that makes no test has
     //    reached dependent rows, which the reduction leaves at the end.
-    for (;;) {
-        lattice.lllStepBudget = 1000;
-        const long tests = lattice.exchangeTestCount;
-        lattice.lll(1, 0, 0);
-        if (shouldStop()) return true;
-        bool done = true;
-        for (long i = 1; i < lattice.dimB && done; ++i)
-            done = (lattice.rowState[i] & Lattice<R1, R2>::EXCHANGE_TESTED) != 0;
-        if (done || lattice.exchangeTestCount == tests) break;
-    }
+    const StopRequest stop = [this] { return shouldStop(); };
+    if (!lllToTheEnd(lattice, 0, 1000, stop)) return true;
     // 2. Tours of block reduction until one replaces no row.
     if (lattice.params.eenum.value) {
-        const StopRequest stop = [this] { return shouldStop(); };
         while (bkzTour(lattice, stop))
             if (shouldStop()) return true;
     }
@@ -150,18 +142,16 @@ void SearchDriver<R1, R2>::recombine()
 }
 
 template <class R1, class R2>
-bool SearchDriver<R1, R2>::exhaustBox()
+std::optional<R2> SearchDriver<R1, R2>::boxRadius2() const
 {
-    // The ball is searched with the pruning of eprune; only an unpruned enumeration covers it
-    // whole (complete), and with it the box: every point the program admits lies in the box
-    // lTrimmed..rTrimmed of B's coordinates, so within the ball through its farthest corner,
-    // sum_i max(lTrimmed_i^2, rTrimmed_i^2). An infinite bound leaves the box unbounded.
+    // Every point the program admits lies in the box lTrimmed..rTrimmed of B's coordinates, so
+    // within the ball through its farthest corner, sum_i max(lTrimmed_i^2, rTrimmed_i^2). An
+    // infinite bound leaves the box unbounded.
     // The target sum's column is the exception: its bounds are 0 (the lattice pulls towards the
     // middle of [ltu, rtu]), while a point whose target sum lies in [ltu, rtu], as every
     // improvement does, has a value in [-R, R] there; untrimmed, so only without trimming.
     const Params& params = lattice.params;
-    if (!params.eenum.value) return false;
-    if (lattice.targetColumn && (params.scale.value || params.translate.value)) return false;
+    if (lattice.targetColumn && (params.scale.value || params.translate.value)) return std::nullopt;
     R2 radius2 = Constant<R2>::ZERO();
     for (long i = 1; i <= lattice.dimN; ++i) {
         if (i == 1 && lattice.targetColumn) {
@@ -173,14 +163,38 @@ bool SearchDriver<R1, R2>::exhaustBox()
         R1 lower = lattice.lTrimmed[i] * lattice.lTrimmed[i];
         const R1 upper = lattice.rTrimmed[i] * lattice.rTrimmed[i];
         if (lower < upper) lower = upper;
-        if (lower == Constant<R1>::INF()) return false;
+        if (lower == Constant<R1>::INF()) return std::nullopt;
         R2 term;
         Precision::conv(lower, term, false);
         radius2 += term;
     }
+    return radius2;
+}
+
+template <class R1, class R2>
+bool SearchDriver<R1, R2>::exhaustBox(double iterationSeconds)
+{
+    if (!lattice.params.eenum.value) return false;
+    const std::optional<R2> radius2 = boxRadius2();
+    if (!radius2) return false;
     const StopRequest stop = [this] { return shouldStop(); };
-    const EnumerationResult<R1, R2> result = enumerateBall(lattice, radius2, stop);
-    return result.complete && !shouldStop();
+    for (;;) {
+        const auto begin = std::chrono::steady_clock::now();
+        const EnumerationResult<R1, R2> result = enumerateBall(lattice, *radius2, stop, boxPruning);
+        const double seconds = secondsSince(begin);
+        if (lattice.params.verb.value >= 2)
+            std::cout << BEGINL() << " Box enumerated with pruning " << boxPruning << ": " << result.leaves
+                      << " vectors, " << (result.complete ? "complete" : "incomplete") << ", " << seconds
+                      << " s" << ENDL(false);
+        if (shouldStop()) return false;
+        if (result.complete || boxPruning == 0) return result.complete;
+        // Cut by its pruning and nothing new found: the next enumeration prunes less, so that a
+        // run that finds nothing ends with the proof instead of repeating cut searches until its
+        // time is up. It follows at once on this basis while a cut search costs less than an
+        // iteration, and on the next basis otherwise (several cheap tries on varied bases).
+        --boxPruning;
+        if (seconds >= iterationSeconds) return false;
+    }
 }
 
 template <class R1, class R2>
@@ -232,6 +246,7 @@ template <class R1, class R2>
 SearchEnd SearchDriver<R1, R2>::run()
 {
     start = std::chrono::steady_clock::now();
+    boxPruning = lattice.params.eprune.value;
     Generator::initializeSeed(1);
     bool varyNext = false;
     // A restart unwinds through levels of the log tree that it opened: each iteration starts at
@@ -249,13 +264,14 @@ SearchEnd SearchDriver<R1, R2>::run()
                 std::cout << BEGINL() << " Iteration " << Lattice<R1, R2>::statistics.iterations << ", "
                           << lattice.solutions.dimension() << " solution(s), " << secondsSince(start) << " s"
                           << ENDL(false);
+            const auto iterationStart = std::chrono::steady_clock::now();
             const bool progress = iterate();
             end = endReason();
             if (end) return finish(*end);
             if (progress) continue;
             // Nothing new: the ball around the box is searched; completed (without pruning), it is
             // a proof that nothing (better) exists.
-            if (exhaustBox()) return finish(SearchEnd::EXHAUSTED);
+            if (exhaustBox(secondsSince(iterationStart))) return finish(SearchEnd::EXHAUSTED);
             end = endReason();
             if (end) return finish(*end);
             varyNext = true;

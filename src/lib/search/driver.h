@@ -40,6 +40,9 @@ private:
     Lattice<R1, R2>& lattice;
     std::chrono::steady_clock::time_point start; // the start of run(), for rtime
     long variations = 0;                         // variations of the basis made (vary)
+    // The pruning of the next enumeration of the box: eprune at first, one step less after each
+    // that found nothing and was cut by its pruning, down to none, whose enumeration completes.
+    long boxPruning = 0;
     // One iteration: LLL to its end, then tours of block reduction; true when it made progress
     // (a new best target, solution or best vector).
     bool iterate();
@@ -52,9 +55,14 @@ private:
     std::optional<SearchEnd> endReason() const;
     // snorm or tnorm was set and a solution (which the gate accepts only within them) was found.
     bool normsMet() const;
-    // The enumeration of the ball around the box (eenum; pruned as eprune says); true when it was
-    // complete, which only an unpruned one can be: no point of the box was left unvisited.
-    bool exhaustBox();
+    // The squared radius of the ball through the farthest corner of the box of the program's
+    // bounds in B's coordinates; none when the box is unbounded or trimmed with a target column.
+    std::optional<R2> boxRadius2() const;
+    // The enumeration of the ball around the box (eenum), pruned as boxPruning says, less after
+    // each cut one (see driver.cpp); true when it was complete, which only an unpruned one can
+    // be: no point of the box was left unvisited. iterationSeconds: the cost of the iteration
+    // before it, against which a cut search is weighed.
+    bool exhaustBox(double iterationSeconds);
     // After an iteration without progress, on the regenerated lattice: the rows sorted by length
     // or shuffled (seeded), alternately, when variate is set.
     void vary();

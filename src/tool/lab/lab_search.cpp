@@ -6,6 +6,7 @@
 
 #include "base/exceptions.h"
 #include "lattice/lattice.h"
+#include "lattice/lll_to_the_end.h"
 #include "program/vorm.h"
 
 #include <memory>
@@ -33,14 +34,8 @@ void reduceWithOffers(Lattice<R1, R2>& lattice)
 {
     for (;;) {
         try {
-            lattice.lllStepBudget = 1L << 40;
-            const long tests = lattice.exchangeTestCount;
-            lattice.lll(1, 0, 0);
-            if (lattice.runEnded) return;
-            bool done = true;
-            for (long i = 1; i < lattice.dimB; ++i)
-                done = done && (lattice.rowState[i] & Lattice<R1, R2>::EXCHANGE_TESTED) != 0;
-            if (done || lattice.exchangeTestCount == tests) return;
+            lllToTheEnd(lattice, 0, 1L << 40, nullptr);
+            return;
         } catch (const RestartException&) {
             if (lattice.runEnded) return;
         }
