@@ -64,16 +64,18 @@ struct Knapsack {
         }
         capacity /= 2;
     }
-    std::string text() const
+    // The program; the values with the decimal digits of scale appended (beyond what long double
+    // holds exactly when that is long).
+    std::string text(const std::string& scale = "") const
     {
-        auto row = [](const std::vector<long>& a) {
+        auto row = [](const std::vector<long>& a, const std::string& digits = "") {
             std::string s = "[ ";
             for (long e : a)
-                s += std::to_string(e) + " ";
+                s += std::to_string(e) + digits + " ";
             return s + "]";
         };
         const std::vector<long> zeros(v.size(), 0), ones(v.size(), 1);
-        return "[ inf ]\n[ " + row(v) + " ]\n[ ]\n[ ]\n[ " + row(w) + " ]\n[ 0 ]\n[ " +
+        return "[ inf ]\n[ " + row(v, scale) + " ]\n[ ]\n[ ]\n[ " + row(w) + " ]\n[ 0 ]\n[ " +
                std::to_string(capacity) + " ]\n" + row(zeros) + "\n" + row(zeros) + "\n" + row(ones) + "\n";
     }
     long optimum() const
@@ -91,20 +93,27 @@ struct Knapsack {
 
 class Search : public ToolSandbox {};
 
-// With the unpruned enumeration of the box (eprune 0) the search ends when nothing better exists:
-// the best record is the optimum, every record is feasible and keeps its parameters.
+// The search ends when nothing better exists, unpruned (eprune 0) or pruned (the pruning eases
+// until the box is searched whole): the best record is the optimum, every record is feasible and
+// keeps its parameters. Values of 20 digits take the exact redo and reach the same optimum. With
+// tnorm at minus the optimum (and snorm 0: its default -1 admits no slack norm) only an optimal
+// record counts as a solution, and the run ends on it.
 TEST_F(Search, KnapsackEndsAtTheOptimumWithRecordsTheToolKeeps)
 {
     const auto seed = test::testSeed();
     std::mt19937_64 random(seed);
     for (long round = 0; round < test::rounds(4); ++round) {
         const Knapsack k(random, 6 + static_cast<size_t>(round));
+        const bool huge = round == 1;
+        const std::string eprune = round % 2 == 0 ? "--eprune=0" : "--eprune=3";
         SCOPED_TRACE(test::seedTrace(seed) + ", round " + std::to_string(round) + "\n" + k.text());
-        write("prog.opt", k.text());
+        write("prog.opt", k.text(huge ? "0000000000000000000" : ""));
         std::filesystem::remove(path("prog.sol"));
-        const ToolRun search = runSearch(directory, {"prog.opt", "--sol=0", "--eprune=0", "--rtime=60"});
+        const ToolRun search =
+            runSearch(directory, {"prog.opt", "--sol=0", eprune, "--rtime=60", "--verb=1"});
         ASSERT_EQ(search.status, 0) << search.err;
         EXPECT_NE(search.out.find("End: the whole box was enumerated"), std::string::npos) << search.out;
+        EXPECT_EQ(search.out.find("Exact redo: ") != std::string::npos, huge);
         const std::vector<std::vector<long>> written = records(read("prog.sol"));
         ASSERT_FALSE(written.empty());
         long best = 0;
@@ -115,10 +124,20 @@ TEST_F(Search, KnapsackEndsAtTheOptimumWithRecordsTheToolKeeps)
         // The parameters of the run travel with each record.
         std::istringstream lines(read("prog.sol"));
         for (std::string line; std::getline(lines, line);)
-            EXPECT_NE(line.find(" --eprune=0 "), std::string::npos) << line;
+            EXPECT_NE(line.find(" " + eprune + " "), std::string::npos) << line;
         EXPECT_EQ(best, k.optimum());
         EXPECT_EQ(run().status, 0);
         EXPECT_EQ(records(read("prog.sol")).size(), written.size());
+        if (huge) continue;
+        std::filesystem::remove(path("prog.sol"));
+        const std::string tnorm = "--tnorm=" + std::to_string(-k.optimum());
+        const ToolRun normed =
+            runSearch(directory, {"prog.opt", "--sol=0", "--snorm=0", tnorm, "--rtime=60"});
+        EXPECT_NE(normed.out.find("End: a solution met snorm / tnorm"), std::string::npos) << normed.out;
+        long normedBest = 0;
+        for (const std::vector<long>& x : records(read("prog.sol")))
+            normedBest = std::max(normedBest, dot(k.v, x));
+        EXPECT_EQ(normedBest, k.optimum());
     }
 }
 
