@@ -2,6 +2,7 @@
 
 #include "arith/qq.h"
 #include "base/exceptions.h"
+#include "linalg/hermite_form.h"
 #include "lll_contract.h"
 #include "test_seed.h"
 
@@ -20,63 +21,7 @@ namespace {
 
 using lll_contract::exactValue;
 using lll_contract::isInteger;
-
-// Small integer rows, exact in 128 bits (the entries here stay far below that).
-__extension__ typedef __int128 Int;
-using Rows = std::vector<std::vector<Int>>;
-
-Int magnitude(Int x)
-{
-    return x < 0 ? -x : x;
-}
-
-// a -= q b.
-void subtract(std::vector<Int>& a, const std::vector<Int>& b, Int q)
-{
-    for (size_t j = 0; j < a.size(); ++j)
-        a[j] -= q * b[j];
-}
-
-// The Hermite normal form of the integer span of rows (echelon, positive pivots, entries above a
-// pivot in [0, pivot), no zero rows): equal for two row sets exactly when they span one lattice.
-Rows hermite(Rows rows)
-{
-    size_t top = 0;
-    for (size_t col = 0; !rows.empty() && col < rows[0].size() && top < rows.size(); ++col) {
-        // Euclid down the column: the smallest entry rises to the top, the others lose multiples.
-        for (bool changed = true; changed;) {
-            changed = false;
-            for (size_t i = top + 1; i < rows.size(); ++i) {
-                if (rows[i][col] == 0) continue;
-                if (rows[top][col] == 0 || magnitude(rows[i][col]) < magnitude(rows[top][col]))
-                    std::swap(rows[i], rows[top]);
-                subtract(rows[i], rows[top], rows[i][col] / rows[top][col]);
-                changed = true;
-            }
-        }
-        if (rows[top][col] == 0) continue;
-        if (rows[top][col] < 0) subtract(rows[top], rows[top], 2);
-        for (size_t i = 0; i < top; ++i) {
-            const Int q = rows[i][col] / rows[top][col];
-            subtract(rows[i], rows[top], rows[i][col] - q * rows[top][col] < 0 ? q - 1 : q);
-        }
-        ++top;
-    }
-    rows.resize(top);
-    return rows;
-}
-
-Int gcd(Int a, Int b)
-{
-    while (b != 0)
-        a = std::exchange(b, a % b);
-    return magnitude(a);
-}
-
-Int toInt(const QQ& q) // q an integer of long long
-{
-    return static_cast<Int>(static_cast<long long>(q.toDbl()));
-}
+using testing_support::hermiteForm;
 
 // Equations only: m = 1..3 rows over n = m + 1..7 variables in [lx, lx + 1..3], lx in -1..1;
 // coefficients in -3..3, a third of the rows doubled; the right side that of a point of the box,
@@ -129,42 +74,43 @@ std::unique_ptr<L> prepared(const std::string& text, Vorm<QQ>& read)
 // 2 c x[j] - R t in the column of variable j and t K in the marker's): with M = [Ag | -bg], the rows
 // of the Hermite form of [M^T | I] whose part from M is zero (the others stay independent there).
 template <class L>
-Rows equationKernel(const L& lattice)
+Matrix<QQ> equationKernel(const L& lattice)
 {
     const long m = lattice.Ag.rowCount, d = lattice.Ag.colCount + 1;
-    Rows rows(static_cast<size_t>(d), std::vector<Int>(static_cast<size_t>(m + d), 0)), kernel;
-    for (long j = 0; j < d; ++j) {
-        for (long i = 0; i < m; ++i)
-            rows[j][i] = toInt(exactValue(j + 1 < d ? lattice.Ag[i + 1][j + 1] : -lattice.bg[i + 1]));
-        rows[j][m + j] = 1;
+    Matrix<QQ> rows(d, m + d);
+    for (long j = 1; j <= d; ++j) {
+        for (long i = 1; i <= m; ++i)
+            rows[j][i] = exactValue(j < d ? lattice.Ag[i][j] : -lattice.bg[i]);
+        rows[j][m + j] = QQ(1L);
     }
-    for (const auto& row : hermite(rows))
-        if (std::all_of(row.begin(), row.begin() + m, [](Int e) { return e == 0; }))
-            kernel.emplace_back(row.begin() + m, row.end());
-    return kernel;
+    // The form is echelon: the rows with a zero part from M come last.
+    const Matrix<QQ> form = hermiteForm(rows);
+    long first = 1;
+    while (first <= form.rowCount && Vector<QQ>(form[first]).leadingIndex() <= m)
+        ++first;
+    return form.rows(first, form.rowCount).cols(m + 1, m + d);
 }
 
 // The untrimmed rows of B read back as (x, t) by the column formula (each must come out integral),
 // against the integer solutions of the prepared equations; each row with the marker +-K maps by
 // lat2opt to a solution of the file's equations.
 template <class L>
-void expectKernelBasis(const L& lattice, const Vorm<QQ>& file, const Rows& kernel)
+void expectKernelBasis(const L& lattice, const Vorm<QQ>& file, const Matrix<QQ>& kernel)
 {
     const long n = lattice.rx.dimension(), s = lattice.dimN - n - 1;
     ASSERT_EQ(lattice.dimB, n + 1 - lattice.Ag.rowCount);
     const auto U = lattice.removeTranslationAndScaling(lattice.B);
     const QQ K = exactValue(lattice.inhomogenousConstant), R = exactValue(lattice.R);
-    Rows rows;
+    Matrix<QQ> rows(lattice.dimB, n + 1);
     for (long i = 1; i <= lattice.dimB; ++i) {
         const QQ t = exactValue(U[i][lattice.dimN]) / K;
         ASSERT_TRUE(isInteger(t)) << "row " << i;
-        rows.emplace_back();
         for (long j = 1; j <= n; ++j) {
             const QQ x = (exactValue(U[i][s + j]) + R * t) / (QQ(2L) * exactValue(lattice.c[s + j]));
             ASSERT_TRUE(isInteger(x)) << "row " << i << " variable " << j;
-            rows.back().push_back(toInt(x));
+            rows[i][j] = x;
         }
-        rows.back().push_back(toInt(t));
+        rows[i][n + 1] = t;
         if (t == QQ(1L) || t == QQ(-1L)) {
             Vector<decltype(lattice.R)> x;
             ASSERT_EQ(lattice.lat2opt(U[i], x, true, false), 1);
@@ -174,7 +120,8 @@ void expectKernelBasis(const L& lattice, const Vorm<QQ>& file, const Rows& kerne
             EXPECT_EQ(file.Ag * exact, file.bg) << "row " << i;
         }
     }
-    EXPECT_TRUE(hermite(rows) == hermite(kernel)) << "the rows span another lattice than the solutions";
+    EXPECT_TRUE(hermiteForm(rows) == hermiteForm(kernel))
+        << "the rows span another lattice than the solutions";
 }
 
 template <class L>
@@ -199,22 +146,23 @@ TYPED_TEST(AardalTyped, RowsSpanTheIntegerSolutionsOfTheEquations)
         SCOPED_TRACE(text);
         Vorm<QQ> file;
         auto lattice = prepared<TypeParam>(text, file);
-        const Rows kernel = equationKernel(*lattice);
-        Int markers = 0; // the gcd of the t of the solutions
-        for (const auto& y : kernel)
-            markers = gcd(markers, y.back());
+        const Matrix<QQ> kernel = equationKernel(*lattice);
+        QQ markers(0L); // the gcd of the t of the solutions
+        for (long i = 1; i <= kernel.rowCount; ++i)
+            markers = Math::ggt(markers, kernel[i][kernel.colCount]);
         try {
             lattice->prepareLattice(true);
             lattice->aardalReduce();
             lattice->lshiftLattice(-1);
             expectKernelBasis(*lattice, file, kernel);
             const auto v = lattice->extractCurrentInhomogenousVector();
-            const Int marker = v.dimension() == 0 ? 0 : toInt(exactValue(v[lattice->dimN]));
-            EXPECT_TRUE(magnitude(marker) == markers * toInt(exactValue(lattice->inhomogenousConstant)))
-                << static_cast<long long>(marker) << " for a gcd of " << static_cast<long long>(markers);
-            EXPECT_EQ(v.dimension() != 0 && lattice->inhomogenousComponentIsMinimal(v, false), markers == 1);
-            ++(markers == 1 ? solvable : unsolvable);
-            if (markers != 1) continue;
+            const QQ marker = v.dimension() == 0 ? QQ(0L) : exactValue(v[lattice->dimN]);
+            EXPECT_EQ(Math::abs(marker), markers * exactValue(lattice->inhomogenousConstant))
+                << "for a gcd of " << markers;
+            EXPECT_EQ(v.dimension() != 0 && lattice->inhomogenousComponentIsMinimal(v, false),
+                      markers == QQ(1L));
+            ++(markers == QQ(1L) ? solvable : unsolvable);
+            if (markers != QQ(1L)) continue;
             Vorm<QQ> again;
             auto embedded = prepared<TypeParam>(text, again);
             ASSERT_TRUE(embedded->opt2lat());
