@@ -67,6 +67,78 @@ void installSearchSignalHandlers()
     sigaction(SIGTERM, &action, nullptr);
 }
 
+namespace {
+
+// The factors and steps of kept back on the lattice, each column but the last.
+template <class R1, class R2>
+void restoreScaling(Lattice<R1, R2>& lattice, const Trimming<R1>& kept)
+{
+    if (kept.dimension() != lattice.dimN) return;
+    for (long i = 1; i < lattice.dimN; ++i) {
+        lattice.scale(i, kept[i]);
+        lattice.trimming.scaleStep[i] = kept.scaleStep[i];
+        lattice.trimming.scaleStepCount[i] = kept.scaleStepCount[i];
+    }
+}
+
+// One step more on the factor of each column in which bestVector deviates from its bounds.
+template <class R1, class R2>
+bool scaleDeviatingColumns(Lattice<R1, R2>& lattice)
+{
+    if (lattice.bestVector.dimension() != lattice.dimN) return false;
+    Trimming<R1>& trimming = lattice.trimming;
+    bool changed = false;
+    const auto deviations = lattice.computeDeviations(lattice.bestVector, true, false);
+    for (long k = 1; k <= deviations.dimension(); ++k) {
+        const long i = deviations[k].left;
+        if (i >= lattice.dimN) continue;
+        const R1 step =
+            trimming.scaleStep[i] == Constant<R1>::ZERO() ? R1(1L) : trimming.scaleStep[i] * R1(2L);
+        R1 factor = trimming[i] + step;
+        if (Trimming<R1>::scaleLimit < factor) factor = Trimming<R1>::scaleLimit;
+        if (!(trimming[i] < factor)) continue;
+        lattice.scale(i, factor);
+        trimming.scaleStep[i] = step;
+        ++trimming.scaleStepCount[i];
+        changed = true;
+    }
+    return changed;
+}
+
+// The translation that centres every finite box column on 0.
+template <class R1, class R2>
+bool centreTheBox(Lattice<R1, R2>& lattice)
+{
+    Vector<R1> translation = lattice.trimming.translation;
+    for (long i = 1; i < lattice.dimN; ++i) {
+        const R1 inf = Constant<R1>::INF();
+        if (lattice.l[i] == -inf || lattice.r[i] == inf) continue;
+        translation[i] = -(lattice.l[i] + lattice.r[i]) * lattice.trimming[i] / R1(2L);
+    }
+    if (translation == lattice.trimming.translation) return false;
+    lattice.removeTranslationAndScalingAndInvalidate();
+    lattice.trimming.translation = translation;
+    for (long i = 1; i <= lattice.dimN; ++i)
+        lattice.applyScalingAndTranslationToBnd(i);
+    lattice.applyScalingAndTranslationAndInvalidate();
+    return true;
+}
+
+} // namespace
+
+template <class R1, class R2>
+bool trimTowardsFeasibility(Lattice<R1, R2>& lattice, Trimming<R1>& kept)
+{
+    bool changed = false;
+    if (lattice.params.scale.value) {
+        restoreScaling(lattice, kept);
+        changed = scaleDeviatingColumns(lattice);
+    }
+    if (lattice.params.translate.value) changed = centreTheBox(lattice) || changed;
+    kept = lattice.trimming;
+    return changed;
+}
+
 template <class R1, class R2>
 SearchDriver<R1, R2>::SearchDriver(Lattice<R1, R2>& lattice) : lattice(lattice)
 {
@@ -202,6 +274,7 @@ void SearchDriver<R1, R2>::vary()
 {
     // Alternately the rows sorted by length and a seeded shuffle, so that the reduction of the
     // regenerated lattice does not retrace the last one.
+    trimTowardsFeasibility(lattice, keptTrimming);
     if (!lattice.params.variate.value || lattice.dimB < 2) return;
     if (++variations % 2 == 1) {
         lattice.sortEuklid(lattice.dimB);
@@ -283,7 +356,9 @@ SearchEnd SearchDriver<R1, R2>::run()
     }
 }
 
-#define LATOPT_DRIVER_MEMBERS(R1, R2) template class SearchDriver<R1, R2>;
+#define LATOPT_DRIVER_MEMBERS(R1, R2)                                                                        \
+    template class SearchDriver<R1, R2>;                                                                     \
+    template bool trimTowardsFeasibility(Lattice<R1, R2>&, Trimming<R1>&);
 LATOPT_DRIVER_MEMBERS(long double, long double)
 LATOPT_DRIVER_MEMBERS(QQ, QQ)
 #undef LATOPT_DRIVER_MEMBERS

@@ -28,6 +28,16 @@ enum class SearchEnd {
 extern volatile sig_atomic_t searchSignalled;
 void installSearchSignalHandlers();
 
+// The trimming of a search without progress (parameters scale and translate), on top of kept,
+// the trimming the last lattice had (a regenerated lattice starts untrimmed; kept of another
+// dimension is ignored). With scale: the factors and steps of kept come back, then the factor of
+// every column (but the last) in which bestVector lies outside its bounds grows by its step, the
+// step doubling each time (1, 2, 4, ...), up to the lattice's scaleLimit. With translate: every
+// column with finite bounds (but the last) is shifted so that the box is centred on 0. B stays
+// the same lattice, trimmed anew. True when the trimming changed; kept becomes the new trimming.
+template <class R1, class R2>
+bool trimTowardsFeasibility(Lattice<R1, R2>& lattice, Trimming<R1>& kept);
+
 template <class R1, class R2>
 class SearchDriver {
 public:
@@ -43,6 +53,7 @@ private:
     // The pruning of the next enumeration of the box: eprune at first, one step less after each
     // that found nothing and was cut by its pruning, down to none, whose enumeration completes.
     long boxPruning = 0;
+    Trimming<R1> keptTrimming; // the trimming of the last lattice (trimTowardsFeasibility)
     // One iteration: LLL to its end, then tours of block reduction; true when it made progress
     // (a new best target, solution or best vector).
     bool iterate();
@@ -63,8 +74,9 @@ private:
     // be: no point of the box was left unvisited. iterationSeconds: the cost of the iteration
     // before it, against which a cut search is weighed.
     bool exhaustBox(double iterationSeconds);
-    // After an iteration without progress, on the regenerated lattice: the rows sorted by length
-    // or shuffled (seeded), alternately, when variate is set.
+    // After an iteration without progress, on the regenerated lattice: the trimming moved towards
+    // feasibility (scale, translate), the best vectors inserted (reinsert), then the rows sorted
+    // by length or shuffled (seeded), alternately, when variate is set.
     void vary();
     // Ends the run with its files written (restartOrTerminate(true) unless it has ended) and
     // returns end.
