@@ -8,6 +8,8 @@
 // and the enumeration ends, its result empty.
 #include "search/enumeration.h"
 
+#include "search/row_operations.h"
+
 #include "arith/constant.h"
 #include "arith/precision.h"
 #include "arith/qq.h"
@@ -22,13 +24,8 @@
 
 namespace latopt {
 
-namespace {
+namespace rows {
 
-using reduction::checkEntry;
-using reduction::convert;
-
-// The nearest integer of a centre of the enumeration (halves away from zero, as round). A centre
-// beyond 2^62 comes only from Gram-Schmidt data that have broken down: a precision failure.
 long nearestInteger(const long double& x)
 {
     if (!(fabsl(x) < 0x1p62L)) throw PrecisionException("Enumeration centre out of range");
@@ -46,6 +43,15 @@ long nearestInteger(const QQ& x)
     if (!(fabsl(value) < 0x1p62L)) throw PrecisionException("Enumeration centre out of range");
     return static_cast<long>(value);
 }
+
+} // namespace rows
+
+namespace {
+
+using reduction::checkEntry;
+using reduction::convert;
+using rows::insertVector;
+using rows::nearestInteger;
 
 // An integer coefficient as a number of the lattice data (exact in both types).
 template <class T>
@@ -88,6 +94,14 @@ public:
     bool offer = true; // leaves go to the gate (while the lattice offers candidates)
     long pruning = 0;  // the parameter eprune
     long seconds = 0;  // the time bound, 0 none
+    // Deep insertion: inner nodes whose partial length is below DELTA B_i of their own level are
+    // recorded, the earliest level first (see bkzTour).
+    bool deep = false;
+    // After run with deep: the earliest level i >= 2 (n + 1: none) at which a node reached had a
+    // nonzero partial length below DELTA B_i, the shortest such node of that level, and its
+    // coefficients (x_i..x_n meaningful).
+    long improvedLevel = 0;
+    std::vector<long> improvedX;
 
     // Searches below (SHRINKING) or within (BALL) bound. best holds the coefficients of the
     // shortest leaf (levels 1..n), empty when there was none.
@@ -105,11 +119,13 @@ private:
     // whose coefficients above changed as well: amortised a few products per node instead of n.
     std::vector<R2> sigma;
     std::vector<long> stale;
-    std::vector<R2> norm;    // B_i of the block
-    std::vector<R2> factor;  // the pruning factor of each level
-    std::vector<R2> limit;   // radius times factor, per level
-    std::vector<R2> center;  // c_i
-    std::vector<R2> partial; // partial_i; partial_{n+1} = 0
+    std::vector<R2> norm;     // B_i of the block
+    std::vector<R2> factor;   // the pruning factor of each level
+    std::vector<R2> limit;    // radius times factor, per level
+    std::vector<R2> center;   // c_i
+    std::vector<R2> partial;  // partial_i; partial_{n+1} = 0
+    std::vector<R2> improves; // DELTA B_i, the length below which a node of level i improves it
+    R2 improvedLength;        // the partial length of the recorded node
     std::vector<long> x, dx, ddx;
     bool cut = false; // pruning cut a node within the radius
     bool basisChanged = false;
@@ -189,18 +205,7 @@ void Enumerator<R1, R2>::nextSibling(long i)
 template <class R1, class R2>
 Vector<R1> Enumerator<R1, R2>::leafVector() const
 {
-    Vector<R1> v(lattice.dimN);
-    for (long i = 1; i <= n; ++i) {
-        if (x[i] == 0) continue;
-        const R1 q = numberOf<R1>(x[i]);
-        const Vector<R1>& row = lattice.B[k + i - 1];
-        for (long col = 1; col <= lattice.dimN; ++col)
-            v[col] += q * row[col];
-    }
-    // In long double an entry beyond the trusted range is a precision failure (exact redo).
-    for (long col = 1; col <= lattice.dimN; ++col)
-        checkEntry(v[col]);
-    return v;
+    return rows::combination(lattice, k, x, n);
 }
 
 template <class R1, class R2>
@@ -241,6 +246,14 @@ EnumerationResult<R1, R2> Enumerator<R1, R2>::run(const R2& bound, std::vector<l
     partial.assign(static_cast<size_t>(n + 2), Constant<R2>::ZERO());
     sigma.assign(static_cast<size_t>((n + 1) * (n + 2)), Constant<R2>::ZERO());
     stale.assign(static_cast<size_t>(n + 1), n);
+    improvedLevel = n + 1;
+    improvedLength = Constant<R2>::ZERO();
+    improvedX.clear();
+    if (deep) {
+        improves.assign(static_cast<size_t>(n + 1), Constant<R2>::ZERO());
+        for (long j = 2; j <= n; ++j)
+            improves[j] = Constant<R2>::DELTA() * norm[j];
+    }
     x.assign(static_cast<size_t>(n + 2), 0);
     dx.assign(static_cast<size_t>(n + 2), 1);
     ddx.assign(static_cast<size_t>(n + 2), 1);
@@ -278,7 +291,15 @@ EnumerationResult<R1, R2> Enumerator<R1, R2>::run(const R2& bound, std::vector<l
             continue;
         }
         if (i > 1) {
-            // 4.3 Inside: one level down, to the child nearest the centre.
+            // 4.3 Inside: one level down, to the child nearest the centre. With deep, a node whose
+            //     projection improves B_i of its own level is recorded (the earliest level wins;
+            //     zero is the all-zero path, no vector).
+            if (deep && (i < improvedLevel || (i == improvedLevel && length < improvedLength)) &&
+                length < improves[i] && length > Constant<R2>::ZERO()) {
+                improvedLevel = i;
+                improvedLength = length;
+                improvedX = x;
+            }
             partial[i] = length;
             descendTo(--i);
             continue;
@@ -310,7 +331,10 @@ EnumerationResult<R1, R2> Enumerator<R1, R2>::run(const R2& bound, std::vector<l
         }
         nextSibling(1);
     }
-    if (basisChanged) best.clear();
+    if (basisChanged) {
+        best.clear();
+        improvedLevel = n + 1;
+    }
     result.complete = !interrupted && !cut;
     if (!best.empty()) {
         result.coefficients.setDimension(n);
@@ -322,13 +346,27 @@ EnumerationResult<R1, R2> Enumerator<R1, R2>::run(const R2& bound, std::vector<l
     return result;
 }
 
-// Makes sum x_i b_{k+i-1} (the x_i without common divisor: then exactly that vector, else it
-// divided by their gcd) row k of B, by unimodular operations on rows k..k+n-1: Euclid on the
-// coefficients, each step b_p += q b_j with x_j -= q x_p for the smallest nonzero |x_p|, until one
-// coefficient is left, and the row that holds it moved to k, the rows between keeping their
-// order. False when the vector is row k already (nothing changed).
+} // namespace
+
 template <class R1, class R2>
-bool insertVector(Lattice<R1, R2>& lattice, long k, std::vector<long> x, long n)
+Vector<R1> rows::combination(const Lattice<R1, R2>& lattice, long k, const std::vector<long>& x, long n)
+{
+    Vector<R1> v(lattice.dimN);
+    for (long i = 1; i <= n; ++i) {
+        if (x[i] == 0) continue;
+        const R1 q = numberOf<R1>(x[i]);
+        const Vector<R1>& row = lattice.B[k + i - 1];
+        for (long col = 1; col <= lattice.dimN; ++col)
+            v[col] += q * row[col];
+    }
+    // In long double an entry beyond the trusted range is a precision failure (exact redo).
+    for (long col = 1; col <= lattice.dimN; ++col)
+        checkEntry(v[col]);
+    return v;
+}
+
+template <class R1, class R2>
+bool rows::insertVector(Lattice<R1, R2>& lattice, long k, std::vector<long> x, long n)
 {
     long pivot = 0;
     bool changed = false;
@@ -350,13 +388,11 @@ bool insertVector(Lattice<R1, R2>& lattice, long k, std::vector<long> x, long n)
             changed = true;
         }
     }
-    if (pivot == 1 && !changed) return false;
+    if (pivot == 0 || (pivot == 1 && !changed)) return false;
     for (long t = k + pivot - 1; t > k; --t)
         lattice.swapVectors(t, t - 1, false);
     return true;
 }
-
-} // namespace
 
 template <class R1, class R2>
 EnumerationResult<R1, R2> enumerateBlock(Lattice<R1, R2>& lattice, long k, long e, const R2& bound,
@@ -392,6 +428,7 @@ bool bkzTour(Lattice<R1, R2>& lattice, const StopRequest& stop, long blockSize)
 {
     static const R2 DELTA = Constant<R2>::DELTA();
     const long beta = std::max(2L, blockSize > 0 ? blockSize : lattice.params.beta.value);
+    const bool deep = lattice.params.deep.value;
     bool replaced = false;
     for (long k = 1; k < lattice.dimB; ++k) {
         if (lattice.runEnded || (stop && stop())) break;
@@ -399,15 +436,29 @@ bool bkzTour(Lattice<R1, R2>& lattice, const StopRequest& stop, long blockSize)
         //    rows behind the independent ones, so nothing after it can be enumerated either).
         const long e = std::min(k + beta - 1, lattice.dimB);
         if (!lattice.compute_gs_classic(1, e)) break;
-        // 2. The shortest vector of the projected block, below the reduction's factor of b*_k.
+        // 2. The shortest vector of the projected block, below the reduction's factor of b*_k;
+        //    with deep, the nodes that improve a later row of the block are recorded as well.
         Enumerator<R1, R2> enumerator(lattice, k, e, stop);
         enumerator.pruning = lattice.params.eprune.value;
         enumerator.seconds = lattice.params.btime.value;
+        enumerator.deep = deep;
         std::vector<long> best;
         enumerator.run(DELTA * lattice.gsNorm[k], best);
-        if (best.empty() || lattice.runEnded) continue;
-        // 3. It becomes row k; the rows up to e are reduced again.
-        if (!insertVector(lattice, k, best, e - k + 1)) continue;
+        if (lattice.runEnded) continue;
+        // 3. It becomes row k, or (deep, nothing below the bound at k) the recorded node's vector
+        //    becomes row j, the earliest it improves; the rows up to e are reduced again.
+        const long n = e - k + 1;
+        if (!best.empty()) {
+            if (!insertVector(lattice, k, best, n)) continue;
+        } else if (enumerator.improvedLevel <= n) {
+            const long level = enumerator.improvedLevel;
+            std::vector<long> tail(static_cast<size_t>(n - level + 2), 0);
+            for (long i = level; i <= n; ++i)
+                tail[static_cast<size_t>(i - level + 1)] = enumerator.improvedX[static_cast<size_t>(i)];
+            if (!insertVector(lattice, k + level - 1, tail, n - level + 1)) continue;
+        } else {
+            continue;
+        }
         replaced = true;
         lattice.lllStepBudget = 1L << 40;
         lattice.lll(1, e, e);
@@ -419,7 +470,9 @@ bool bkzTour(Lattice<R1, R2>& lattice, const StopRequest& stop, long blockSize)
     template EnumerationResult<R1, R2> enumerateBlock(Lattice<R1, R2>&, long, long, const R2&, bool,         \
                                                       const StopRequest&);                                   \
     template EnumerationResult<R1, R2> enumerateBall(Lattice<R1, R2>&, const R2&, const StopRequest&, long); \
-    template bool bkzTour(Lattice<R1, R2>&, const StopRequest&, long);
+    template bool bkzTour(Lattice<R1, R2>&, const StopRequest&, long);                                       \
+    template Vector<R1> rows::combination(const Lattice<R1, R2>&, long, const std::vector<long>&, long);     \
+    template bool rows::insertVector(Lattice<R1, R2>&, long, std::vector<long>, long);
 LATOPT_ENUMERATION(long double, long double)
 LATOPT_ENUMERATION(long double, QQ)
 LATOPT_ENUMERATION(QQ, long double)

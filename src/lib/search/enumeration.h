@@ -63,7 +63,13 @@ EnumerationResult<R1, R2> enumerateBall(Lattice<R1, R2>& lattice, const R2& radi
 // (addRowMultiple, swapVectors: mirrored on the transformation stack), then the basis is reduced
 // again with lll(1, e, e) under an unlimited lllStepBudget. The vector goes in by Euclid on its
 // coefficients (b_p += q b_j), then the row that carries it moves to k, the others keeping their
-// order. True when a row was replaced. Ends early when stop() or the run has ended, and at a
+// order. With the parameter deep, a block whose enumeration finds nothing below the factor of
+// b*_k may still improve a later row: the enumeration records the nodes it reaches at the levels
+// j = k+1..e whose partial length (the projection of sum_{i>=j} x_i b_i orthogonal to rows
+// 1..j-1) is nonzero and below the factor of b*_j, the earliest such j first and the shortest
+// node of it; that vector (the x_j..x_e divided by their gcd) goes in at row j by the same Euclid,
+// so b*_j shrinks and the rows before j stay. A vector below the bound at k always goes in at k,
+// the earliest row. True when a row was replaced. Ends early when stop() or the run has ended, and at a
 // dependent row (lll keeps those behind the independent ones). lll offers rows to the gate, which
 // may throw RestartException: it passes to the caller.
 template <class R1, class R2>
