@@ -6,6 +6,7 @@
 // enumeration of the whole box when the enumeration is unpruned (eprune 0), which proves that
 // nothing more exists when it completes. See driver.h.
 #include "search/driver.h"
+#include "search/sampling.h"
 
 #include "arith/precision.h"
 #include "base/exceptions.h"
@@ -174,11 +175,15 @@ bool SearchDriver<R1, R2>::iterate()
     if (!lllToTheEnd(lattice, 0, 1000, stop)) return true;
     // 2. Tours of block reduction until one replaces no row.
     if (lattice.params.eenum.value) {
-        while (bkzTour(lattice, stop))
+        while (bkzTour(lattice, stop, blockSize, pruning))
             if (shouldStop()) return true;
     }
-    // 3. Sums and differences of the vectors the gate collected.
+    // 3. Sums and differences of the vectors the gate collected, random samples of short
+    //    vectors, the collection sets sieved.
     if (lattice.params.pair.value) recombine();
+    if (lattice.params.sample.value && !shouldStop())
+        sampleVectors(lattice, static_cast<long>(lattice.params.sampleLimit.value), stop);
+    if (lattice.params.sieve.value && !shouldStop()) sieveCollections(lattice, stop);
     return !(FoundMarks<R1, R2>(lattice) == before);
 }
 
@@ -252,36 +257,56 @@ bool SearchDriver<R1, R2>::exhaustBox(double iterationSeconds)
     const StopRequest stop = [this] { return shouldStop(); };
     for (;;) {
         const auto begin = std::chrono::steady_clock::now();
-        const EnumerationResult<R1, R2> result = enumerateBall(lattice, *radius2, stop, boxPruning);
+        const EnumerationResult<R1, R2> result = enumerateBall(lattice, *radius2, stop, pruning);
         const double seconds = secondsSince(begin);
         if (lattice.params.verb.value >= 2)
-            std::cout << BEGINL() << " Box enumerated with pruning " << boxPruning << ": " << result.leaves
+            std::cout << BEGINL() << " Box enumerated with pruning " << pruning << ": " << result.leaves
                       << " vectors, " << (result.complete ? "complete" : "incomplete") << ", " << seconds
                       << " s" << ENDL(false);
         if (shouldStop()) return false;
-        if (result.complete || boxPruning == 0) return result.complete;
-        // Cut by its pruning and nothing new found: the next enumeration prunes less, so that a
-        // run that finds nothing ends with the proof instead of repeating cut searches until its
-        // time is up. It follows at once on this basis while a cut search costs less than an
-        // iteration, and on the next basis otherwise (several cheap tries on varied bases).
-        --boxPruning;
-        if (seconds >= iterationSeconds) return false;
+        if (result.complete || pruning == 0) return result.complete;
+        // Cut by its pruning and nothing new found: the searches prune less from now on, so that
+        // a run that finds nothing ends with the proof instead of repeating cut searches until
+        // its time is up. The next enumeration of the box follows at once on this basis while a
+        // cut one costs less than an iteration, and on the next basis otherwise (several cheap
+        // tries on varied bases); the unpruned one always on the next, after tours without
+        // pruning, which find a short solution much sooner than the whole box does.
+        --pruning;
+        if (pruning == 0 || seconds >= iterationSeconds) return false;
     }
 }
 
 template <class R1, class R2>
 void SearchDriver<R1, R2>::vary()
 {
-    // Alternately the rows sorted by length and a seeded shuffle, so that the reduction of the
-    // regenerated lattice does not retrace the last one.
     trimTowardsFeasibility(lattice, keptTrimming);
-    if (!lattice.params.variate.value || lattice.dimB < 2) return;
-    if (++variations % 2 == 1) {
-        lattice.sortEuklid(lattice.dimB);
-        return;
+    // Alternately the rows sorted by length and a seeded shuffle, so that the reduction of the
+    // regenerated lattice does not retrace the last one; then the best vectors in front.
+    if (lattice.params.variate.value && lattice.dimB >= 2) {
+        if (++variations % 2 == 1) {
+            lattice.sortEuklid(lattice.dimB);
+        } else {
+            for (long i = lattice.dimB; i >= 2; --i)
+                lattice.swapVectors(i, 1 + std::rand() % i, false);
+        }
     }
-    for (long i = lattice.dimB; i >= 2; --i)
-        lattice.swapVectors(i, 1 + std::rand() % i, false);
+    if (lattice.params.reinsert.value) reinsertBestVectors(lattice, [this] { return shouldStop(); });
+    blockSize = std::min(blockSize + 2, lattice.params.beta.value + 10);
+}
+
+template <class R1, class R2>
+void SearchDriver<R1, R2>::printProgress() const
+{
+    std::cout << BEGINL() << " Iteration " << Lattice<R1, R2>::statistics.iterations << ", "
+              << lattice.solutions.dimension() << " solution(s)";
+    if (lattice.bestTarget.dimension() > 0)
+        std::cout << ", best target norm " << lattice.bestTarget.targetNorm << ", slack norm "
+                  << lattice.bestTarget.slackNorm;
+    if (lattice.bestVector.dimension() > 0)
+        std::cout << ", best vector deviating in " << lattice.bestVector.deviation.deviationCount
+                  << " coordinate(s) by " << lattice.bestVector.deviation.sumDeviation;
+    std::cout << ", block size " << blockSize << ", pruning " << pruning << ", " << secondsSince(start)
+              << " s" << ENDL(false);
 }
 
 template <class R1, class R2>
@@ -319,7 +344,8 @@ template <class R1, class R2>
 SearchEnd SearchDriver<R1, R2>::run()
 {
     start = std::chrono::steady_clock::now();
-    boxPruning = lattice.params.eprune.value;
+    pruning = lattice.params.eprune.value;
+    blockSize = lattice.params.beta.value;
     Generator::initializeSeed(1);
     bool varyNext = false;
     // A restart unwinds through levels of the log tree that it opened: each iteration starts at
@@ -333,10 +359,7 @@ SearchEnd SearchDriver<R1, R2>::run()
             std::optional<SearchEnd> end = endReason();
             if (end) return finish(*end);
             ++Lattice<R1, R2>::statistics.iterations;
-            if (lattice.params.verb.value >= 1)
-                std::cout << BEGINL() << " Iteration " << Lattice<R1, R2>::statistics.iterations << ", "
-                          << lattice.solutions.dimension() << " solution(s), " << secondsSince(start) << " s"
-                          << ENDL(false);
+            if (lattice.params.verb.value >= 1) printProgress();
             const auto iterationStart = std::chrono::steady_clock::now();
             const bool progress = iterate();
             end = endReason();

@@ -50,10 +50,14 @@ private:
     Lattice<R1, R2>& lattice;
     std::chrono::steady_clock::time_point start; // the start of run(), for rtime
     long variations = 0;                         // variations of the basis made (vary)
-    // The pruning of the next enumeration of the box: eprune at first, one step less after each
-    // that found nothing and was cut by its pruning, down to none, whose enumeration completes.
-    long boxPruning = 0;
+    // The pruning of the tours and of the enumeration of the box: eprune at first, one step less
+    // after each enumeration of the box that found nothing and was cut by its pruning, down to
+    // none, whose enumeration of the box completes.
+    long pruning = 0;
     Trimming<R1> keptTrimming; // the trimming of the last lattice (trimTowardsFeasibility)
+    // The block size of the tours: beta at first, two more after each iteration without progress,
+    // up to beta + 10 (progressive block reduction: stronger tours where the weaker ones stalled).
+    long blockSize = 0;
     // One iteration: LLL to its end, then tours of block reduction; true when it made progress
     // (a new best target, solution or best vector).
     bool iterate();
@@ -69,7 +73,7 @@ private:
     // The squared radius of the ball through the farthest corner of the box of the program's
     // bounds in B's coordinates; none when the box is unbounded or trimmed with a target column.
     std::optional<R2> boxRadius2() const;
-    // The enumeration of the ball around the box (eenum), pruned as boxPruning says, less after
+    // The enumeration of the ball around the box (eenum), pruned as pruning says, less after
     // each cut one (see driver.cpp); true when it was complete, which only an unpruned one can
     // be: no point of the box was left unvisited. iterationSeconds: the cost of the iteration
     // before it, against which a cut search is weighed.
@@ -78,6 +82,9 @@ private:
     // feasibility (scale, translate), the best vectors inserted (reinsert), then the rows sorted
     // by length or shuffled (seeded), alternately, when variate is set.
     void vary();
+    // The line of an iteration at verb 1: its number, the solutions, the norms of the best target,
+    // the deviations of the best vector (count, sum), the block size, the pruning, the time.
+    void printProgress() const;
     // Ends the run with its files written (restartOrTerminate(true) unless it has ended) and
     // returns end.
     SearchEnd finish(SearchEnd end);

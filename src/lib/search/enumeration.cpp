@@ -424,7 +424,7 @@ EnumerationResult<R1, R2> enumerateBall(Lattice<R1, R2>& lattice, const R2& radi
 }
 
 template <class R1, class R2>
-bool bkzTour(Lattice<R1, R2>& lattice, const StopRequest& stop, long blockSize)
+bool bkzTour(Lattice<R1, R2>& lattice, const StopRequest& stop, long blockSize, long pruning)
 {
     static const R2 DELTA = Constant<R2>::DELTA();
     const long beta = std::max(2L, blockSize > 0 ? blockSize : lattice.params.beta.value);
@@ -439,7 +439,7 @@ bool bkzTour(Lattice<R1, R2>& lattice, const StopRequest& stop, long blockSize)
         // 2. The shortest vector of the projected block, below the reduction's factor of b*_k;
         //    with deep, the nodes that improve a later row of the block are recorded as well.
         Enumerator<R1, R2> enumerator(lattice, k, e, stop);
-        enumerator.pruning = lattice.params.eprune.value;
+        enumerator.pruning = pruning >= 0 ? pruning : lattice.params.eprune.value;
         enumerator.seconds = lattice.params.btime.value;
         enumerator.deep = deep;
         std::vector<long> best;
@@ -470,7 +470,7 @@ bool bkzTour(Lattice<R1, R2>& lattice, const StopRequest& stop, long blockSize)
     template EnumerationResult<R1, R2> enumerateBlock(Lattice<R1, R2>&, long, long, const R2&, bool,         \
                                                       const StopRequest&);                                   \
     template EnumerationResult<R1, R2> enumerateBall(Lattice<R1, R2>&, const R2&, const StopRequest&, long); \
-    template bool bkzTour(Lattice<R1, R2>&, const StopRequest&, long);                                       \
+    template bool bkzTour(Lattice<R1, R2>&, const StopRequest&, long, long);                                 \
     template Vector<R1> rows::combination(const Lattice<R1, R2>&, long, const std::vector<long>&, long);     \
     template bool rows::insertVector(Lattice<R1, R2>&, long, std::vector<long>, long);
 LATOPT_ENUMERATION(long double, long double)

@@ -57,7 +57,8 @@ template <class R1, class R2>
 EnumerationResult<R1, R2> enumerateBall(Lattice<R1, R2>& lattice, const R2& radius2, const StopRequest& stop,
                                         long pruning = -1);
 
-// One tour of block reduction with blocks of beta rows (the parameter beta unless blockSize > 0): for k = 1
+// One tour of block reduction with blocks of beta rows (the parameter beta unless blockSize > 0), the
+// enumeration pruned as eprune says (or as pruning says when it is 0 or more): for k = 1
 // .. dimB - 1 the shortest vector of block k..min(k + beta - 1, dimB) replaces the basis at row k when it is
 // shorter than b*_k by the factor of the reduction, by unimodular row operations
 // (addRowMultiple, swapVectors: mirrored on the transformation stack), then the basis is reduced
@@ -73,6 +74,6 @@ EnumerationResult<R1, R2> enumerateBall(Lattice<R1, R2>& lattice, const R2& radi
 // dependent row (lll keeps those behind the independent ones). lll offers rows to the gate, which
 // may throw RestartException: it passes to the caller.
 template <class R1, class R2>
-bool bkzTour(Lattice<R1, R2>& lattice, const StopRequest& stop, long blockSize = 0);
+bool bkzTour(Lattice<R1, R2>& lattice, const StopRequest& stop, long blockSize = 0, long pruning = -1);
 
 } // namespace latopt
