@@ -117,6 +117,13 @@ inline std::string fields(QQ const& q)
     return out.str();
 }
 
+// +inf or -inf.
+inline QQ inf(bool positive)
+{
+    QQ q;
+    return q.initInf(positive);
+}
+
 // Equal fields, and actual in normal form.
 inline ::testing::AssertionResult sameQQ(QQ const& actual, QQ const& expected)
 {

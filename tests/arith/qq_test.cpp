@@ -33,12 +33,6 @@ QQ wordResultAsLimbs(Operation operation, const QQ& a, const QQ& b)
 }
 class QqTruncate : public QqSwitches {};
 
-QQ inf(bool positive)
-{
-    QQ q;
-    return q.initInf(positive);
-}
-
 // ---------------------------------------------------------------------------------------------
 // Against an independent reference
 

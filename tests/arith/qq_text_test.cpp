@@ -12,12 +12,6 @@ namespace {
 
 using namespace qq_reference;
 
-QQ inf(bool positive)
-{
-    QQ q;
-    return q.initInf(positive);
-}
-
 std::string written(QQ const& q)
 {
     std::ostringstream out;
