@@ -141,12 +141,75 @@ TEST_F(Search, KnapsackEndsAtTheOptimumWithRecordsTheToolKeeps)
     }
 }
 
+// An assignment of n workers to n jobs at least cost: x_ij in {0, 1}, one job per worker and one
+// worker per job (2n equations), the cost minimised. The search ends at the proved optimum, the
+// least cost over all permutations.
+TEST_F(Search, AssignmentEndsAtTheLeastCostOfAllPermutations)
+{
+    const auto seed = test::testSeed();
+    std::mt19937_64 random(seed);
+    for (long round = 0; round < test::rounds(3); ++round) {
+        const size_t n = 3 + static_cast<size_t>(round % 2);
+        std::vector<long> cost;
+        for (size_t k = 0; k < n * n; ++k)
+            cost.push_back(static_cast<long>(random() % 20));
+        std::string equations;
+        for (size_t e = 0; e < 2 * n; ++e) {
+            equations += "[ ";
+            for (size_t i = 0; i < n; ++i)
+                for (size_t j = 0; j < n; ++j)
+                    equations += (e < n ? i == e : j == e - n) ? "1 " : "0 ";
+            equations += "]\n";
+        }
+        auto row = [](const std::vector<long>& v) {
+            std::string text = "[ ";
+            for (long e : v)
+                text += std::to_string(e) + " ";
+            return text + "]\n";
+        };
+        const std::vector<long> zeros(n * n, 0), ones(n * n, 1);
+        write("prog.opt", "[ -inf ]\n[ " + row(cost) + "]\n[\n" + equations + "]\n" +
+                              row(std::vector<long>(2 * n, 1)) + "[ ]\n[ ]\n[ ]\n" + row(zeros) + row(zeros) +
+                              row(ones));
+        std::vector<size_t> permutation(n);
+        for (size_t i = 0; i < n; ++i)
+            permutation[i] = i;
+        long least = -1;
+        do {
+            long sum = 0;
+            for (size_t i = 0; i < n; ++i)
+                sum += cost[i * n + permutation[i]];
+            least = least < 0 ? sum : std::min(least, sum);
+        } while (std::next_permutation(permutation.begin(), permutation.end()));
+        SCOPED_TRACE(test::seedTrace(seed) + ", round " + std::to_string(round) + "\n" + read("prog.opt"));
+        std::filesystem::remove(path("prog.sol"));
+        const ToolRun search = runSearch(directory, {"prog.opt", "--sol=0", "--rtime=60"});
+        ASSERT_EQ(search.status, 0) << search.err;
+        EXPECT_NE(search.out.find("End: the whole box was enumerated"), std::string::npos) << search.out;
+        long best = -1;
+        for (const std::vector<long>& x : records(read("prog.sol"))) {
+            ASSERT_EQ(x.size(), n * n);
+            for (size_t i = 0; i < n; ++i) {
+                long inRow = 0, inColumn = 0;
+                for (size_t j = 0; j < n; ++j) {
+                    inRow += x[i * n + j];
+                    inColumn += x[j * n + i];
+                }
+                EXPECT_EQ(inRow, 1);
+                EXPECT_EQ(inColumn, 1);
+            }
+            best = best < 0 ? dot(cost, x) : std::min(best, dot(cost, x));
+        }
+        EXPECT_EQ(best, least);
+    }
+}
+
 // Feasible: the first solution ends the run (sol 1). Infeasible: no record, and the enumeration of
 // the box proves it, unless the equations have no integer solution at all, which the embedding
 // proves and stops at.
 TEST_F(Search, MarketSplitGetsItsSolutionOrAProofOfNone)
 {
-    for (const long m : {2L, 3L}) {
+    for (const long m : {2L, 3L, 4L}) {
         bool feasibleSeen = false, infeasibleSeen = false;
         for (std::uint64_t seed = test::testSeed(); !feasibleSeen || !infeasibleSeen; ++seed) {
             const test::MarketSplit instance = test::marketSplit(m, seed);
