@@ -26,17 +26,6 @@ namespace latopt {
 
 namespace rows {
 
-long nearestInteger(const long double& x)
-{
-    if (!(fabsl(x) < 0x1p62L)) throw PrecisionException("Enumeration centre out of range");
-    // The truncation and the fraction behind it are exact; roundl costs more than a node.
-    const long whole = static_cast<long>(x);
-    const long double fraction = x - static_cast<long double>(whole);
-    if (fraction >= 0.5L) return whole + 1;
-    if (fraction <= -0.5L) return whole - 1;
-    return whole;
-}
-
 long nearestInteger(const QQ& x)
 {
     const long double value = round(x).toDblRounded();

@@ -4,15 +4,27 @@
 // Defined in enumeration.cpp for the four pairs of long double and QQ; other types do not link.
 #pragma once
 
+#include "base/exceptions.h"
 #include "lattice/lattice.h"
 
+#include <cmath>
 #include <vector>
 
 namespace latopt::rows {
 
 // The nearest integer of a centre (halves away from zero, as round). A centre beyond 2^62 comes
-// only from Gram-Schmidt data that have broken down: PrecisionException.
-long nearestInteger(const long double& x);
+// only from Gram-Schmidt data that have broken down: PrecisionException. The long double one is
+// inline: the enumeration calls it at every node.
+inline long nearestInteger(const long double& x)
+{
+    if (!(fabsl(x) < 0x1p62L)) throw PrecisionException("Enumeration centre out of range");
+    // The truncation and the fraction behind it are exact; roundl costs more than a node.
+    const long whole = static_cast<long>(x);
+    const long double fraction = x - static_cast<long double>(whole);
+    if (fraction >= 0.5L) return whole + 1;
+    if (fraction <= -0.5L) return whole - 1;
+    return whole;
+}
 long nearestInteger(const QQ& x);
 
 // sum_{i=1..n} x[i] b_{k+i-1}, from the rows of B as they are now (x 1-based, x[0] unused). In
