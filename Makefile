@@ -1,6 +1,8 @@
 # Entry points that do all the set-up on a fresh machine:
-#   make run   builds in Release and runs the tool on a copy of the example
+#   make run   builds in Release only the tool (not the tests) and runs it on a copy of the example
 #   make test  builds and runs every test
+#   make install PREFIX=P  builds the library and the programs and installs them, the headers, the
+#              CMake package and latopt.pc under P (default /usr/local)
 #   make bench-tool  times whole runs of the tool on large generated solution files (Release)
 #   make bench-read  times the tool on programs with many numbers and with very long number tokens
 #   make bench-lll   times latopt-reduce against fplll's LLL on generated lattices (Release)
@@ -15,16 +17,24 @@ GENERATOR  := Ninja
 WERROR     := $(if $(CI),ON,OFF)
 CMAKE_ARGS := -G $(GENERATOR) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DLATOPT_WERROR=$(WERROR)
 JOBS       ?= 2
+PREFIX     ?= /usr/local
+# What make install builds and installs.
+INSTALLED  := latopt latopt_tool latopt_reduce latopt_search_tool latopt_lab
 
-.PHONY: run test bench bench-tool bench-read bench-lll bench-gate bench-aardal bench-search fuzz deps configure build clean format
+.PHONY: run test install bench bench-tool bench-read bench-lll bench-gate bench-aardal bench-search fuzz deps configure build clean format
 
-run: build
+run: configure
+	cmake --build $(BUILD) -j $(JOBS) --target latopt_tool
 	@mkdir -p $(BUILD)/run
 	@cp examples/example.opt examples/example.sol $(BUILD)/run/
 	$(BUILD)/bin/latopt $(BUILD)/run/example.sol
 
 test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+install: configure
+	cmake --build $(BUILD) -j $(JOBS) --target $(INSTALLED)
+	cmake --install $(BUILD) --prefix $(PREFIX)
 
 bench:
 	@./.ci/deps bench
