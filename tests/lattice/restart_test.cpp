@@ -2,6 +2,7 @@
 #include "base/exceptions.h"
 #include "found_vectors.h"
 #include "lattice/lattice.h"
+#include "lattice/lll_to_the_end.h"
 
 #include <gtest/gtest.h>
 
@@ -103,6 +104,30 @@ TEST(RestartDeathTest, StandaloneRunEndsBySigterm)
 {
     auto lattice = test::embeddedSmallProgram<L>();
     EXPECT_EXIT(lattice->restartOrTerminate(true), testing::KilledBySignal(SIGTERM), "");
+}
+
+// A restart from within the reduction (the gate finds a better target) rebuilds the lattice with a
+// target column, one column more, while the reduction of the old one is still open; the row
+// operations of a search right after it must not touch row images sized for the old lattice
+// (the sanitizer build sees the bytes past them).
+TEST(Restart, RowOperationsRightAfterARestartFromWithinTheReduction)
+{
+    auto lattice = test::embeddedSmallProgram<Lattice<long double, long double>>("[ inf ] [ [ 3 2 1 ] ]");
+    lattice->params.hostedRun = true;
+    const long columns = lattice->dimN;
+    bool grown = false;
+    for (long round = 1; round <= 6 && !lattice->runEnded; ++round) {
+        try {
+            lllToTheEnd(*lattice, 0, 1000, nullptr);
+            lattice->restartOrTerminate(round == 6);
+        } catch (const RestartException&) {
+            grown = grown || lattice->dimN > columns;
+            for (long i = 1; i < lattice->dimB; ++i)
+                lattice->swapVectors(i, lattice->dimB + 1 - i, false);
+        }
+    }
+    EXPECT_TRUE(grown);
+    EXPECT_GT(lattice->solutions.dimension() + lattice->bestTarget.dimension(), 0);
 }
 
 } // namespace

@@ -217,7 +217,7 @@ bool Lattice<R1, R2>::compute_gs_classic(long k1, long k2)
     static const R2 EPSILON = Constant<R2>::EPSILON();
     if (k2 == 0) k2 = dimB;
     // A call from outside the reduction may come after any change of B.
-    if (reductionDepth == 0 || gsImageState.dimension() != dimB) invalidateRowImages();
+    if (reductionDepth == 0 || !rowImagesFit()) invalidateRowImages();
     for (long k = k1; k <= k2; ++k) {
         if ((rowState[k] & GS_CURRENT) != 0) continue;
         const R2 c = computeGsRow(k);

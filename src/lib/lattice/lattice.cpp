@@ -222,6 +222,9 @@ void Lattice<R1, R2>::setDims(long rows, long cols, bool keepBest)
     // 5. The new dimensions.
     dimB = rows;
     if (cols > 0) dimN = cols;
+    // The row images belong to the rows that were: a lattice rebuilt while a reduction of the
+    // old one is still open (a restart from within the gate) must not trust them.
+    invalidateRowImages();
     // 6. Without keepBest the found vectors are cut or padded to the new size and checked again
     //    by the candidate gate. On an empty lattice there is nothing to carry and nothing is
     //    checked.
@@ -295,6 +298,7 @@ Lattice<R1, R2>& Lattice<R1, R2>::_assign(const Lattice<S1, S2>& other, bool kee
     goodVectors._assign(other.goodVectors);
     bestVectors._assign(other.bestVectors);
     trimming._assign(other.trimming);
+    invalidateRowImages();
     return *this;
 }
 

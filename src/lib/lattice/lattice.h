@@ -471,8 +471,7 @@ private:
     public:
         explicit ReductionScope(Lattice& owner) : lattice(owner)
         {
-            if (lattice.reductionDepth++ == 0 || lattice.gsImageState.dimension() != lattice.dimB)
-                lattice.invalidateRowImages();
+            if (lattice.reductionDepth++ == 0 || !lattice.rowImagesFit()) lattice.invalidateRowImages();
         }
         ReductionScope(const ReductionScope&) = delete;
         ReductionScope& operator=(const ReductionScope&) = delete;
@@ -484,6 +483,12 @@ private:
 
     // Images follow dimB and dimN; all stale.
     void invalidateRowImages();
+    // The images are sized for the present dimB and dimN (a lattice rebuilt or assigned with other
+    // dimensions leaves them sized for the old ones until the next invalidation).
+    bool rowImagesFit() const
+    {
+        return gsImageState.dimension() == dimB && gsIntImage.size() == static_cast<size_t>(dimB * dimN);
+    }
     // The R2 image of row i, refreshed first if stale; entries from index 1.
     const R2* rowImage(long i);
     // <b_i, b_k> in R2: exact and rounded once on integer images (in 64 bits where the bit

@@ -371,7 +371,7 @@ void Lattice<R1, R2>::swapVectors(long i, long j, bool keepState)
     std::swap(rowValues[i], rowValues[j]);
     std::swap(stages[i], stages[j]);
     std::swap(rowState[i], rowState[j]);
-    if (gsImageState.dimension() == dimB) {
+    if (rowImagesFit()) {
         if (i >= 1 && j >= 1) {
             std::swap(gsImageState.data[i], gsImageState.data[j]);
             std::swap(gsIntBits.data[i], gsIntBits.data[j]);
@@ -397,7 +397,7 @@ void Lattice<R1, R2>::addRowMultiple(long i, long j, const R1& q)
         Matrix<R1>& T = TT[TT.dimension()];
         subtractMultiple(T.rowData[i].data, T.rowData[j].data, T.colCount, minusQ);
     }
-    if (gsImageState.dimension() == dimB) gsImageState.data[i] = 0;
+    if (rowImagesFit()) gsImageState.data[i] = 0;
     invalidateRowsFrom(i);
 }
 
