@@ -157,7 +157,9 @@ TYPED_TEST(BackupTyped, SolutionsCrossANewEmbedding)
         const auto before = test::solutionPoints(*lattice);
         lattice->opt2lat();
         const auto after = test::solutionPoints(*lattice);
-        EXPECT_TRUE(std::includes(after.begin(), after.end(), before.begin(), before.end()));
+        EXPECT_TRUE(std::includes(after.begin(), after.end(), before.begin(), before.end()))
+            << ::testing::PrintToString(before) << "\n"
+            << ::testing::PrintToString(after);
     }
 }
 

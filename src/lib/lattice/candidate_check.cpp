@@ -214,9 +214,14 @@ void Lattice<R1, R2>::foundSolution(const TargetVector<R1>& t, long time)
     // 1.-2. The solution with its time of discovery.
     TargetVector<R1> found = t;
     found.secondsUntilDiscovered = time != 0 ? time : statistics.elapsedSeconds();
-    // 3. A solution is stored once.
-    for (long i = 1; i <= solutions.dimension(); ++i)
-        if (solutions[i] == found) return;
+    // 3. A solution is stored once, with its first time of discovery: one that comes back (a
+    //    restored record after the new embedding found the same point again) keeps the earlier.
+    for (long i = 1; i <= solutions.dimension(); ++i) {
+        if (!(solutions[i] == found)) continue;
+        if (found.secondsUntilDiscovered < solutions[i].secondsUntilDiscovered)
+            solutions[i].secondsUntilDiscovered = found.secondsUntilDiscovered;
+        return;
+    }
     // 4. Stored and counted.
     const long count = solutions.dimension() + 1;
     solutions.setDimension(count, false);
