@@ -6,6 +6,7 @@
 // enumeration of the whole box when the enumeration is unpruned (eprune 0), which proves that
 // nothing more exists when it completes. See driver.h.
 #include "search/driver.h"
+#include "search/row_operations.h"
 #include "search/sampling.h"
 
 #include "arith/precision.h"
@@ -190,18 +191,12 @@ bool SearchDriver<R1, R2>::iterate()
 template <class R1, class R2>
 void SearchDriver<R1, R2>::recombine()
 {
-    // 1. The best pairLimit of each collection set (the sets stand worst first), copied: the gate
-    //    changes the sets while it judges, and may unwind to a restart.
+    // 1. Copies of the best pairLimit of each collection set.
     const long limit = static_cast<long>(lattice.params.pairLimit.value);
-    auto best = [limit](const typename Lattice<R1, R2>::CollectionSet& set) {
-        std::vector<Vector<R1>> vectors;
-        for (auto* element = set.last; element != nullptr && static_cast<long>(vectors.size()) < limit;
-             element = element->previous)
-            vectors.push_back(*element);
-        return vectors;
-    };
-    const std::vector<Vector<R1>> inhomogenous = best(lattice.bestVectors);
-    const std::vector<Vector<R1>> homogenous = best(lattice.goodVectors);
+    const std::vector<HeuristicVector<R1, R2>> inhomogenous =
+        rows::bestFirst<R1, R2>(lattice.bestVectors, limit);
+    const std::vector<HeuristicVector<R1, R2>> homogenous =
+        rows::bestFirst<R1, R2>(lattice.goodVectors, limit);
     // 2. u + w and u - w for u near feasibility and w homogenous (u moves within its coset), then
     //    w1 + w2 and w1 - w2: each offered to the gate as an untrimmed vector.
     auto offer = [this](const Vector<R1>& first, const Vector<R1>& second) {
@@ -210,8 +205,8 @@ void SearchDriver<R1, R2>::recombine()
         lattice.checkSolution(first - second, false, 0, false);
         return !shouldStop();
     };
-    for (const Vector<R1>& u : inhomogenous)
-        for (const Vector<R1>& w : homogenous)
+    for (const auto& u : inhomogenous)
+        for (const auto& w : homogenous)
             if (!offer(u, w)) return;
     for (size_t i = 0; i < homogenous.size(); ++i)
         for (size_t j = i + 1; j < homogenous.size(); ++j)

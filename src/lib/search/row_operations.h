@@ -42,4 +42,19 @@ Vector<R1> combination(const Lattice<R1, R2>& lattice, long k, const std::vector
 template <class R1, class R2>
 bool insertVector(Lattice<R1, R2>& lattice, long k, std::vector<long> x, long n);
 
+// Copies of the best limit elements of a collection set (all of them when limit < 0), the best
+// first; the set stands worst first. Copies, because the gate changes the sets while it judges
+// and may unwind to a restart.
+template <class R1, class R2>
+std::vector<HeuristicVector<R1, R2>> bestFirst(const typename Lattice<R1, R2>::CollectionSet& set,
+                                               long limit = -1)
+{
+    std::vector<HeuristicVector<R1, R2>> vectors;
+    for (auto* element = set.last;
+         element != nullptr && (limit < 0 || static_cast<long>(vectors.size()) < limit);
+         element = element->previous)
+        vectors.push_back(static_cast<const HeuristicVector<R1, R2>&>(*element));
+    return vectors;
+}
+
 } // namespace latopt::rows

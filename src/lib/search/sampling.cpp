@@ -22,6 +22,7 @@ namespace latopt {
 namespace {
 
 using reduction::convert;
+using rows::bestFirst;
 using rows::combination;
 using rows::insertVector;
 using rows::nearestInteger;
@@ -51,16 +52,6 @@ long tailRows(long count, long n)
     while (u < 62 && (1L << u) <= count)
         ++u;
     return std::max(1L, std::min(u, n - 1));
-}
-
-// The best first: copies of the elements of a set (which stands worst first).
-template <class R1, class R2>
-std::vector<HeuristicVector<R1, R2>> bestFirst(const typename Lattice<R1, R2>::CollectionSet& set)
-{
-    std::vector<HeuristicVector<R1, R2>> vectors;
-    for (auto* element = set.last; element != nullptr; element = element->previous)
-        vectors.push_back(static_cast<const HeuristicVector<R1, R2>&>(*element));
-    return vectors;
 }
 
 template <class R1>
